@@ -1,0 +1,73 @@
+#pragma once
+
+#include "PipeReader.h"
+
+#include <QByteArrayList>
+#include <QCoroTask>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+/// One child process in a session of its own, with a pipe on standard output and one on standard
+/// error. It is started with a clean signal mask and inherits standard input and nothing else.
+/// Interface thread only.
+class ChildProcess : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Command {
+        QByteArray executable; ///< absolute path
+        QByteArrayList arguments; ///< without the executable
+        QByteArrayList environment; ///< "NAME=value"
+    };
+
+    /// When the run is over.
+    enum class Ending {
+        AtExit, ///< at the child's exit, after delivering what the pipes hold at that moment
+        AtEndOfFile, ///< when the child has exited and both pipes are closed by all their writers
+    };
+
+    struct Consumers {
+        PipeReader::Consumer output;
+        PipeReader::Consumer error;
+    };
+
+    /// Fails with the system's error when the process cannot be started; nothing was run then.
+    static std::expected<std::shared_ptr<ChildProcess>, std::error_code> start(const Command &command, Ending ending,
+                                                                               Consumers consumers);
+
+    /// Dropping a running child neither ends it nor delivers more of its output, and reaps it
+    /// when it ends.
+    ~ChildProcess() override;
+
+    qint64 processIdentifier() const { return m_pid; }
+
+    /// The exit status, 128 + the signal's number for a child that a signal ended; none while it runs.
+    std::optional<int> exitCode() const { return m_exitCode; }
+
+    /// Asks the child and everything else in its session to end, and kills what is left after
+    /// two seconds. Does nothing once the child has ended, so what a finished command left in the
+    /// background stays.
+    void terminate();
+
+Q_SIGNALS:
+    /// The run is over by its Ending; emitted once, with the exit code.
+    void finished(int exitCode);
+
+private:
+    ChildProcess(pid_t pid, FileDescriptor exitHandle, Ending ending);
+
+    void attach(FileDescriptor output, FileDescriptor error, Consumers consumers);
+    void reap();
+    void finishIfOver();
+
+    pid_t m_pid;
+    FileDescriptor m_exitHandle;
+    QSocketNotifier m_exitNotifier;
+    Ending m_ending;
+    std::unique_ptr<PipeReader> m_output;
+    std::unique_ptr<PipeReader> m_error;
+    std::optional<int> m_exitCode;
+};

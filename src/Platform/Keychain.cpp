@@ -1,0 +1,119 @@
+#include "Keychain.h"
+
+// libsecret's headers use a word that Qt takes as a keyword.
+#undef signals
+#include <libsecret/secret.h>
+
+#include <memory>
+
+namespace {
+
+template<auto release> struct Releaser {
+    template<typename T> void operator()(T *object) const { release(object); }
+};
+template<typename T> using GObjectPointer = std::unique_ptr<T, Releaser<g_object_unref>>;
+using ErrorPointer = std::unique_ptr<GError, Releaser<g_error_free>>;
+using ValuePointer = std::unique_ptr<SecretValue, Releaser<secret_value_unref>>;
+using AttributesPointer = std::unique_ptr<GHashTable, Releaser<g_hash_table_unref>>;
+
+const SecretSchema &schema()
+{
+    static const SecretSchema schema = {"com.vaelix.app.Credential",
+                                        SECRET_SCHEMA_NONE,
+                                        {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                                         {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                                         {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
+                                        0,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr};
+    return schema;
+}
+
+AttributesPointer attributes(const QString &service, const QString &account)
+{
+    return AttributesPointer(secret_attributes_build(&schema(), "service", qUtf8Printable(service), "account",
+                                                     qUtf8Printable(account), nullptr));
+}
+
+GObjectPointer<SecretService> openService()
+{
+    // Without a session bus GLib would try to launch one.
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        return nullptr;
+    GError *error = nullptr;
+    GObjectPointer<SecretService> service(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, &error));
+    const ErrorPointer owner(error);
+    return service;
+}
+
+/// The collection new items go to; null when there is none or it is locked.
+GObjectPointer<SecretCollection> unlockedCollection(SecretService *service)
+{
+    GError *error = nullptr;
+    GObjectPointer<SecretCollection> collection(
+        secret_collection_for_alias_sync(service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, &error));
+    const ErrorPointer owner(error);
+    return collection && !secret_collection_get_locked(collection.get()) ? std::move(collection) : nullptr;
+}
+
+/// The unlocked items that match, with their secrets.
+template<typename Visit> void forEachItem(const QString &service, const QString &account, Visit visit)
+{
+    const auto store = openService();
+    if (!store)
+        return;
+    GError *error = nullptr;
+    const auto flags = SecretSearchFlags(SECRET_SEARCH_ALL | SECRET_SEARCH_LOAD_SECRETS);
+    GList *items =
+        secret_service_search_sync(store.get(), &schema(), attributes(service, account).get(), flags, nullptr, &error);
+    const ErrorPointer owner(error);
+    for (GList *link = items; link; link = link->next)
+        if (auto *item = SECRET_ITEM(link->data); !secret_item_get_locked(item))
+            visit(item);
+    g_list_free_full(items, g_object_unref);
+}
+
+} // namespace
+
+std::optional<QByteArray> Keychain::find(const QString &service, const QString &account)
+{
+    std::optional<QByteArray> found;
+    forEachItem(service, account, [&found](SecretItem *item) {
+        const ValuePointer value(secret_item_get_secret(item));
+        if (!value)
+            return;
+        gsize length = 0;
+        const char *bytes = secret_value_get(value.get(), &length);
+        found = QByteArray(bytes, qsizetype(length));
+    });
+    return found;
+}
+
+bool Keychain::add(const QString &service, const QString &account, const QByteArray &value)
+{
+    const auto store = openService();
+    const auto collection = store ? unlockedCollection(store.get()) : nullptr;
+    if (!collection)
+        return false;
+    const ValuePointer secret(secret_value_new(value.constData(), value.size(), "text/plain"));
+    GError *error = nullptr;
+    const GObjectPointer<SecretItem> item(
+        secret_item_create_sync(collection.get(), &schema(), attributes(service, account).get(),
+                                qUtf8Printable(service), secret.get(), SECRET_ITEM_CREATE_NONE, nullptr, &error));
+    const ErrorPointer owner(error);
+    return item != nullptr;
+}
+
+void Keychain::remove(const QString &service, const QString &account)
+{
+    forEachItem(service, account, [](SecretItem *item) {
+        GError *error = nullptr;
+        secret_item_delete_sync(item, nullptr, &error);
+        const ErrorPointer owner(error);
+    });
+}

@@ -1,0 +1,94 @@
+#include "PipeReader.h"
+
+#include <array>
+#include <cerrno>
+#include <sys/ioctl.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qsizetype bufferSize = 256 * 1024;
+constexpr qsizetype bytesPerWake = 16 * bufferSize;
+constexpr qsizetype smallRead = 4 * 1024;
+constexpr int smallReadsBeforePausing = 3;
+
+std::span<char> sharedBuffer()
+{
+    // One buffer serves all pipes: they are read on the interface thread only, one at a time.
+    static std::array<char, bufferSize> buffer;
+    return buffer;
+}
+
+} // namespace
+
+PipeReader::PipeReader(FileDescriptor pipe, Consumer consumer, QObject *parent)
+    : QObject(parent)
+    , m_pipe(std::move(pipe))
+    , m_consumer(std::move(consumer))
+    , m_notifier(m_pipe.get(), QSocketNotifier::Read)
+{
+    m_pause.setSingleShot(true);
+    m_pause.setTimerType(Qt::PreciseTimer);
+    m_pause.setInterval(2ms);
+    connect(&m_notifier, &QSocketNotifier::activated, this, &PipeReader::read);
+    connect(&m_pause, &QTimer::timeout, this, &PipeReader::read);
+}
+
+void PipeReader::read()
+{
+    const qsizetype before = m_bytesRead;
+    if (readUpTo(bytesPerWake) == Outcome::End) {
+        close();
+        Q_EMIT ended();
+        return;
+    }
+    adaptTo(m_bytesRead - before);
+}
+
+void PipeReader::adaptTo(qsizetype bytesThisTime)
+{
+    if (bytesThisTime == 0 || bytesThisTime > smallRead * 16)
+        m_smallReads = 0;
+    else if (bytesThisTime <= smallRead)
+        ++m_smallReads;
+    const bool pause = m_smallReads >= smallReadsBeforePausing;
+    m_notifier.setEnabled(!pause);
+    if (pause)
+        m_pause.start();
+}
+
+PipeReader::Outcome PipeReader::readUpTo(qsizetype limit)
+{
+    const auto buffer = sharedBuffer();
+    while (limit > 0) {
+        const ssize_t count = ::read(m_pipe.get(), buffer.data(), size_t(std::min(limit, bufferSize)));
+        if (count > 0) {
+            m_bytesRead += count;
+            limit -= count;
+            m_consumer(buffer.first(size_t(count)));
+        } else if (count == 0) {
+            return Outcome::End;
+        } else if (errno != EINTR) {
+            return errno == EAGAIN ? Outcome::Empty : Outcome::End;
+        }
+    }
+    return Outcome::More;
+}
+
+void PipeReader::drainAndClose()
+{
+    if (isAtEnd())
+        return;
+    int waiting = 0;
+    if (::ioctl(m_pipe.get(), FIONREAD, &waiting) == 0 && waiting > 0)
+        readUpTo(waiting);
+    close();
+}
+
+void PipeReader::close()
+{
+    m_notifier.setEnabled(false);
+    m_pause.stop();
+    m_pipe = FileDescriptor();
+}

@@ -1,0 +1,85 @@
+#include "ProcessSession.h"
+
+#include "FileDescriptor.h"
+
+#include <QTimer>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+#include <sys/pidfd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using Members = std::map<pid_t, FileDescriptor>;
+
+/// The session a process belongs to, read from its stat file; 0 when it is gone or a zombie.
+pid_t sessionOf(const std::filesystem::path &processFolder)
+{
+    std::ifstream file(processFolder / "stat");
+    std::string stat;
+    std::getline(file, stat);
+    const auto afterName = stat.rfind(") ");
+    if (afterName == std::string::npos)
+        return 0;
+    char state = 0;
+    int parent = 0;
+    int group = 0;
+    int session = 0;
+    if (std::sscanf(stat.c_str() + afterName + 2, "%c %d %d %d", &state, &parent, &group, &session) != 4)
+        return 0;
+    return state == 'Z' ? 0 : session;
+}
+
+/// Signals the members not signalled yet; true when it found any.
+bool signalNewMembers(pid_t session, int signal, Members &signalled)
+{
+    bool found = false;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc", error)) {
+        const pid_t pid = std::atoi(entry.path().filename().c_str());
+        if (pid <= 0 || signalled.contains(pid) || sessionOf(entry.path()) != session)
+            continue;
+        FileDescriptor handle(pidfd_open(pid, 0));
+        // The identifier may have changed hands between the two looks; the handle cannot.
+        if (!handle || sessionOf(entry.path()) != session)
+            continue;
+        pidfd_send_signal(handle.get(), signal, nullptr, 0);
+        pidfd_send_signal(handle.get(), SIGCONT, nullptr, 0);
+        signalled.emplace(pid, std::move(handle));
+        found = true;
+    }
+    return found;
+}
+
+Members signalSession(pid_t session, int signal)
+{
+    Members members;
+    // A process forking while we look can slip past one look, not past a look that found none.
+    while (signalNewMembers(session, signal, members)) { }
+    return members;
+}
+
+bool anyAlive(const Members &members)
+{
+    for (const auto &[pid, handle] : members)
+        if (pidfd_send_signal(handle.get(), 0, nullptr, 0) == 0)
+            return true;
+    return false;
+}
+
+} // namespace
+
+void ProcessSession::terminate(pid_t session, std::chrono::milliseconds grace)
+{
+    auto members = std::make_shared<Members>(signalSession(session, SIGTERM));
+    QTimer::singleShot(grace, [session, members] {
+        // While one of them lives the kernel keeps the session's number from being reused.
+        if (anyAlive(*members))
+            signalSession(session, SIGKILL);
+    });
+}

@@ -1,0 +1,139 @@
+#include "ShellService.h"
+
+#include "Platform/Bundle.h"
+#include "Platform/Folders.h"
+#include "Utilities/UTF8Stream.h"
+
+#include <QCoroSignal>
+#include <QFile>
+#include <simdjson.h>
+#include <unistd.h>
+
+namespace {
+
+const QByteArray defaultPath = "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin";
+
+/// The kernel's bound on one argument, its closing NUL included.
+constexpr qsizetype longestCommandLine = 128 * 1024 - 1;
+
+/// Why zsh could not run the line as it stands; empty when it can.
+QString objection(const QByteArray &commandLine)
+{
+    if (commandLine.contains('\0'))
+        return QStringLiteral("无法执行命令：命令行中含有空字符");
+    if (commandLine.startsWith('-'))
+        return QStringLiteral("无法执行命令：命令行不能以“-”开头");
+    if (commandLine.size() > longestCommandLine)
+        return QStringLiteral("无法执行命令：命令行过长（超过 128 KB）");
+    return {};
+}
+
+QString describe(const QByteArray &shell, std::error_code error)
+{
+    const QString name = QFile::decodeName(shell);
+    if (error == std::errc::no_such_file_or_directory)
+        return QStringLiteral("无法启动 %1：找不到该程序，请先安装 zsh").arg(name);
+    if (error == std::errc::permission_denied)
+        return QStringLiteral("无法启动 %1：没有执行权限").arg(name);
+    if (error == std::errc::resource_unavailable_try_again || error == std::errc::not_enough_memory
+        || error == std::errc::too_many_files_open)
+        return QStringLiteral("无法启动 %1：系统资源不足，请关闭一些程序后重试").arg(name);
+    return QStringLiteral("无法启动 %1：%2").arg(name, QString::fromStdString(error.message()));
+}
+
+QByteArrayList assignments(const ShellService::Environment &environment)
+{
+    QByteArrayList list;
+    for (auto variable = environment.begin(); variable != environment.end(); ++variable)
+        list.append(variable.key() + '=' + variable.value());
+    return list;
+}
+
+PipeReader::Consumer appendTo(QByteArray &bytes)
+{
+    return [&bytes](std::span<const char> piece) { bytes.append(piece.data(), qsizetype(piece.size())); };
+}
+
+PipeReader::Consumer passOn(const OutputHandler &onOutput)
+{
+    return [stream = UTF8Stream(onOutput)](std::span<const char> piece) mutable { stream.feed(piece); };
+}
+
+QByteArray trimmedIfUTF8(QByteArray bytes)
+{
+    if (!simdjson::validate_utf8(bytes.constData(), std::size_t(bytes.size())))
+        return {};
+    return std::move(bytes).trimmed();
+}
+
+} // namespace
+
+ShellService &ShellService::shared()
+{
+    static ShellService service(Folders::user().home,
+                                Bundle::main().resource(QStringLiteral("zsh")).value_or(QString()));
+    return service;
+}
+
+ShellService::ShellService(QString home, QString zshFolder, QString shell)
+    : m_home(QFile::encodeName(home))
+    , m_zshFolder(QFile::encodeName(zshFolder))
+    , m_shell(QFile::encodeName(shell))
+{
+}
+
+ShellService::Environment ShellService::buildEnvironment() const
+{
+    Environment environment;
+    for (char **variable = environ; *variable; ++variable) {
+        const QByteArrayView assignment(*variable);
+        const qsizetype equals = assignment.indexOf('=');
+        if (equals > 0)
+            environment.insert(assignment.first(equals).toByteArray(), assignment.sliced(equals + 1).toByteArray());
+    }
+    environment["PATH"] = environment.contains("PATH") ? defaultPath + ':' + environment["PATH"] : defaultPath;
+    environment["HOME"] = m_home;
+    environment["LANG"] = "en_US.UTF-8";
+    if (!m_zshFolder.isEmpty()) {
+        if (environment.contains("ZDOTDIR"))
+            environment["VAELIX_USER_ZDOTDIR"] = environment["ZDOTDIR"];
+        environment["ZDOTDIR"] = m_zshFolder;
+    }
+    return environment;
+}
+
+std::expected<std::shared_ptr<ChildProcess>, ShellError>
+ShellService::start(const QString &commandLine, ChildProcess::Ending ending, ChildProcess::Consumers consumers) const
+{
+    const QByteArray line = commandLine.toUtf8();
+    if (const QString reason = objection(line); !reason.isEmpty())
+        return std::unexpected(ShellError{reason});
+    const ChildProcess::Command command{m_shell, {"-l", "-c", line}, assignments(buildEnvironment())};
+    auto child = ChildProcess::start(command, ending, std::move(consumers));
+    if (!child)
+        return std::unexpected(ShellError{describe(m_shell, child.error())});
+    return std::move(*child);
+}
+
+QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::run(QString commandLine)
+{
+    const auto turn = co_await m_collectedRuns.lock();
+    QByteArray output;
+    QByteArray errorOutput;
+    const auto child = start(commandLine, ChildProcess::Ending::AtEndOfFile, {appendTo(output), appendTo(errorOutput)});
+    if (!child)
+        co_return std::unexpected(child.error());
+    const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
+    co_return ShellResult{exitCode, trimmedIfUTF8(std::move(output)), trimmedIfUTF8(std::move(errorOutput))};
+}
+
+QCoro::Task<std::expected<int, ShellError>> ShellService::runWithStreaming(QString commandLine, OutputHandler onOutput)
+{
+    const auto child = start(commandLine, ChildProcess::Ending::AtExit, {passOn(onOutput), passOn(onOutput)});
+    if (!child)
+        co_return std::unexpected(child.error());
+    currentStreamingProcess = *child;
+    const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
+    currentStreamingProcess = nullptr;
+    co_return exitCode;
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Models/SoftwareCatalog.h"
+
+#include <QCoroTask>
+#include <optional>
+
+class APIService;
+class Bundle;
+
+/// Brings the catalog: the account server's, else the one among the application's resources, else
+/// the built-in one.
+class SoftwareCatalogService
+{
+public:
+    static SoftwareCatalogService &shared();
+
+    SoftwareCatalogService(APIService &api, const Bundle &bundle);
+
+    /// Never fails; why a better source did not serve is at most a line in the log.
+    QCoro::Task<SoftwareCatalog::Entries> load();
+
+    /// The server's catalog; none when it is empty or cannot be had.
+    QCoro::Task<std::optional<SoftwareCatalog::Entries>> loadFromServer();
+
+private:
+    std::optional<SoftwareCatalog::Entries> loadFromResource() const;
+
+    APIService &m_api;
+    const Bundle &m_bundle;
+};

@@ -1,0 +1,44 @@
+#include "Text.h"
+
+#include <QTextBoundaryFinder>
+
+namespace {
+
+/// A code unit that always is a character of its own beside others of its kind, so that nothing
+/// need be looked up: no combining marks, joiners, surrogates, Hangul parts or carriage returns.
+bool standsAlone(char16_t unit)
+{
+    return (unit >= 0x20 && unit < 0x7F) || unit == '\n' || unit == '\t' || (unit >= 0x3001 && unit <= 0x3029)
+        || (unit >= 0x3041 && unit <= 0x3096) || (unit >= 0x30A1 && unit <= 0x30FA)
+        || (unit >= 0x3400 && unit <= 0x9FFF) || (unit >= 0xFF01 && unit <= 0xFF60)
+        || (unit >= 0x2500 && unit <= 0x25FF);
+}
+
+} // namespace
+
+qsizetype lastCharactersStart(QStringView text, qsizetype count)
+{
+    qsizetype start = text.size();
+    while (count > 0 && start > 0 && standsAlone(text[start - 1].unicode())) {
+        --start;
+        --count;
+    }
+    if (count == 0 || start == 0)
+        return start;
+    // The run of simple characters ended, and its first one may belong to what stands before it.
+    if (start < text.size()) {
+        ++start;
+        ++count;
+    }
+    for (qsizetype width = 4 * count + 16;; width *= 2) {
+        const qsizetype from = std::max<qsizetype>(0, start - width);
+        const QStringView window = text.sliced(from, start - from);
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window.data(), window.size());
+        finder.toEnd();
+        qsizetype left = count;
+        while (left > 0 && finder.toPreviousBoundary() > 0)
+            --left;
+        if (finder.position() > 0 || from == 0)
+            return from + std::max<qsizetype>(0, finder.position());
+    }
+}

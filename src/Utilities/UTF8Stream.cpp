@@ -1,0 +1,64 @@
+#include "UTF8Stream.h"
+
+#include <simdjson.h>
+
+namespace {
+
+std::size_t sequenceLength(unsigned char leadByte)
+{
+    if (leadByte >= 0xF0)
+        return 4;
+    if (leadByte >= 0xE0)
+        return 3;
+    return leadByte >= 0xC0 ? 2 : 1;
+}
+
+bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+} // namespace
+
+std::size_t wholeCharactersLength(std::string_view bytes)
+{
+    std::size_t tail = 1;
+    while (tail < 4 && tail < bytes.size() && isContinuation(bytes[bytes.size() - tail]))
+        ++tail;
+    if (bytes.empty() || sequenceLength(static_cast<unsigned char>(bytes[bytes.size() - tail])) <= tail)
+        return bytes.size();
+    return bytes.size() - tail;
+}
+
+void UTF8Stream::feed(std::span<const char> bytes)
+{
+    std::string_view piece(bytes.data(), bytes.size());
+    std::string joined;
+    if (!m_pending.empty()) {
+        joined = std::exchange(m_pending, {}).append(piece);
+        piece = joined;
+    }
+    const std::size_t whole = wholeCharactersLength(piece);
+    m_pending = piece.substr(whole);
+    if (whole > 0)
+        deliver(piece.substr(0, whole));
+}
+
+void UTF8Stream::deliver(std::string_view piece)
+{
+    if (simdjson::validate_utf8(piece.data(), piece.size()))
+        m_consumer(QUtf8StringView(piece.data(), qsizetype(piece.size())));
+    else
+        deliverValidLines(piece);
+}
+
+void UTF8Stream::deliverValidLines(std::string_view piece)
+{
+    std::string valid;
+    while (!piece.empty()) {
+        const std::size_t lineFeed = piece.find('\n');
+        const std::string_view line = piece.substr(0, lineFeed == piece.npos ? piece.size() : lineFeed + 1);
+        if (simdjson::validate_utf8(line.data(), line.size()))
+            valid += line;
+        piece.remove_prefix(line.size());
+    }
+    if (!valid.empty())
+        m_consumer(QUtf8StringView(valid.data(), qsizetype(valid.size())));
+}
