@@ -1,0 +1,17 @@
+#pragma once
+
+#include "ServerState.h"
+
+namespace devserver {
+
+/// One row of the table of everything the server answers.
+struct Route {
+    QByteArrayView method;
+    QStringView path;
+    Response (*answer)(ServerState &state, const Request &request);
+};
+
+/// The row for this method and path, or nothing.
+const Route *findRoute(QByteArrayView method, QStringView path);
+
+} // namespace devserver
