@@ -236,7 +236,7 @@ void tst_DevServer::controlEndpointsSwitchFaultsAndListRequests()
     QCOMPARE(faulty.body, "oops");
     QCOMPARE(faulty.contentType, "text/plain");
 
-    send("POST", FaultsPath, R"({"method":"POST","path":"/a","times":5,"drop":"midBody"})");
+    send("POST", FaultsPath, R"({"method":"POST","path":"/a","times":5,"status":200,"drop":"midBody"})");
     QCOMPARE(send("POST", "/a", "\xff令").error, QNetworkReply::RemoteHostClosedError);
     QCOMPARE(send("DELETE", FaultsPath).status, 200);
     QCOMPARE(send("GET", CatalogPath).status, 200);
