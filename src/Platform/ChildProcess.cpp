@@ -1,11 +1,12 @@
 #include "ChildProcess.h"
 
+#include "PidFD.h"
 #include "ProcessSession.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+
 #include <sys/wait.h>
 #include <vector>
 

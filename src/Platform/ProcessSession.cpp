@@ -1,6 +1,7 @@
 #include "ProcessSession.h"
 
 #include "FileDescriptor.h"
+#include "PidFD.h"
 
 #include <QTimer>
 #include <csignal>
@@ -9,7 +10,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <sys/pidfd.h>
 
 using namespace std::chrono_literals;
 

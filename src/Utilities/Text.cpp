@@ -23,6 +23,8 @@ qsizetype lastCharactersStart(QStringView text, qsizetype count)
         --start;
         --count;
     }
+    if (count == 0 && start > 0 && start < text.size() && text[start] == u'\n' && text[start - 1] == u'\r')
+        return start - 1;
     if (count == 0 || start == 0)
         return start;
     // The run of simple characters ended, and its first one may belong to what stands before it.

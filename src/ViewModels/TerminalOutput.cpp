@@ -30,6 +30,13 @@ QByteArrayView lastBytes(QByteArrayView utf8, qsizetype size)
     return end;
 }
 
+/// `text` without the escape sequences that colour a terminal.
+QString withoutEscapes(QString text)
+{
+    static const QRegularExpression escape(QStringLiteral("\x1B\\[[0-?]*[ -/]*[@-~]"));
+    return text.contains(u'\x1B') ? text.remove(escape) : text;
+}
+
 /// The fraction one line of curl's meter tells: a percentage first, a time ninth.
 std::optional<double> meterFraction(QStringView line)
 {
@@ -105,7 +112,7 @@ void TerminalOutput::refresh()
     bool isWhole = false;
     for (qsizetype size = decodedBytes;; size *= 4) {
         const QByteArrayView bytes = lastBytes(m_text, size);
-        end = QString::fromUtf8(bytes);
+        end = withoutEscapes(QString::fromUtf8(bytes));
         shown = lastCharacters(end, shownCharacters);
         isWhole = bytes.size() == m_text.size();
         if (isWhole || shown.size() < end.size())
