@@ -117,8 +117,6 @@ QByteArray asJSONText(const QList<AISoftware *> &list)
 
 } // namespace
 
-bool CommandLine::isMeant(const QStringList &arguments) { return !arguments.isEmpty(); }
-
 CommandLine::CommandLine(SoftwareListViewModel &viewModel, ShellService &shell)
     : m_viewModel(viewModel)
     , m_shell(shell)
@@ -177,7 +175,8 @@ QCoro::Task<int> CommandLine::operate(QString command, QString softwareId)
         QObject::connect(&*interrupts, &TerminationSignals::received, &*interrupts,
                          [this, command, software] { cancel(command, software); });
     }
-    co_await (m_viewModel.*operationOf(command))(software);
+    const auto running = std::invoke(operationOf(command), m_viewModel, software);
+    co_await running;
     co_return outcome();
 }
 

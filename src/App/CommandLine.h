@@ -15,9 +15,6 @@ class CommandLine
 public:
     enum ExitCode { Success = 0, Failure = 1, WrongUse = 2 };
 
-    /// True when the arguments (without the program's name) ask for a command rather than the window.
-    static bool isMeant(const QStringList &arguments);
-
     CommandLine(SoftwareListViewModel &viewModel, ShellService &shell);
 
     /// Runs the command to its end; the result is an ExitCode.

@@ -33,6 +33,26 @@ QString versionCommand(const QString &softwareId)
     return commands.value(softwareId);
 }
 
+// What else a status reported by the install service changes.
+
+void rememberInstallation(AISoftware &software)
+{
+    if (software.status() == SoftwareStatus::Installed)
+        software.setInstalledAt(QDateTime::currentDateTime());
+}
+
+void takeOfferedVersion(AISoftware &software)
+{
+    if (software.status() == SoftwareStatus::Installed)
+        software.setVersion(software.latestVersion);
+}
+
+void forgetInstallation(AISoftware &software)
+{
+    if (software.status() == SoftwareStatus::NotInstalled)
+        software.setInstalledAt({});
+}
+
 bool matches(const AISoftware &software, const QString &searchText)
 {
     if (searchText.isEmpty())
@@ -167,15 +187,7 @@ QCoro::Task<> SoftwareListViewModel::install(AISoftware *software)
 {
     const QPointer self(this);
     const SoftwarePointer target(software);
-    co_await operate(
-        target,
-        [this, id = software->id()](OutputHandler onOutput, SoftwareInstallService::StatusHandler onStatusChange) {
-            return m_services.installer.install(id, m_catalog, onOutput, onStatusChange);
-        },
-        [target](SoftwareStatus::Value status) {
-            if (status == SoftwareStatus::Installed)
-                target->setInstalledAt(QDateTime::currentDateTime());
-        });
+    co_await operate(target, &SoftwareInstallService::install, rememberInstallation);
     if (self)
         co_await finishInstall(target);
 }
@@ -184,15 +196,7 @@ QCoro::Task<> SoftwareListViewModel::upgrade(AISoftware *software)
 {
     const QPointer self(this);
     const SoftwarePointer target(software);
-    co_await operate(
-        target,
-        [this, id = software->id()](OutputHandler onOutput, SoftwareInstallService::StatusHandler onStatusChange) {
-            return m_services.installer.upgrade(id, m_catalog, onOutput, onStatusChange);
-        },
-        [target](SoftwareStatus::Value status) {
-            if (status == SoftwareStatus::Installed)
-                target->setVersion(target->latestVersion);
-        });
+    co_await operate(target, &SoftwareInstallService::upgrade, takeOfferedVersion);
     if (self)
         co_await finishInstall(target);
 }
@@ -200,38 +204,33 @@ QCoro::Task<> SoftwareListViewModel::upgrade(AISoftware *software)
 QCoro::Task<> SoftwareListViewModel::uninstall(AISoftware *software)
 {
     const QPointer self(this);
-    const SoftwarePointer target(software);
-    co_await operate(
-        target,
-        [this, id = software->id()](OutputHandler onOutput, SoftwareInstallService::StatusHandler onStatusChange) {
-            return m_services.installer.uninstall(id, m_catalog, onOutput, onStatusChange);
-        },
-        [target](SoftwareStatus::Value status) {
-            if (status == SoftwareStatus::NotInstalled)
-                target->setInstalledAt({});
-        });
+    co_await operate(software, &SoftwareInstallService::uninstall, forgetInstallation);
     if (self)
         checkConfigStatus();
 }
 
-QCoro::Task<> SoftwareListViewModel::operate(SoftwarePointer software, OperationCall call,
-                                             std::function<void(SoftwareStatus::Value)> onStatus)
+QCoro::Task<> SoftwareListViewModel::operate(SoftwarePointer software, Operation operation, StatusRule rule)
 {
     const QPointer self(this);
-    const int operation = beginOperation();
-    const auto onStatusChange = [self, software, operation, onStatus](SoftwareStatus::Value status) {
-        if (!self || !software || !self->isCurrent(operation))
+    const int number = beginOperation();
+    const SoftwareInstallService::StatusHandler onStatusChange = [self, software, number,
+                                                                  rule](SoftwareStatus::Value status) {
+        if (!self || !software || !self->isCurrent(number))
             return;
         software->setStatus(status);
-        onStatus(status);
+        rule(*software);
         self->m_services.store.save(*software);
     };
-    const auto outcome = co_await call(outputHandler(), onStatusChange);
+    const OutputHandler onOutput = outputHandler();
+    // Called apart from the co_await, inside which g++ 12 takes a wrong object for a member pointer.
+    const auto running =
+        std::invoke(operation, m_services.installer, software->id(), m_catalog, onOutput, onStatusChange);
+    const auto outcome = co_await running;
     if (!self)
         co_return;
     if (!outcome)
         setErrorMessage(outcome.error().description());
-    endOperation(operation);
+    endOperation(number);
 }
 
 QCoro::Task<> SoftwareListViewModel::finishInstall(SoftwarePointer software)

@@ -123,9 +123,10 @@ Q_SIGNALS:
     void configuredSoftwareIdsChanged();
 
 private:
-    using OperationCall =
-        std::function<SoftwareInstallService::Outcome(OutputHandler, SoftwareInstallService::StatusHandler)>;
     using SoftwarePointer = QPointer<AISoftware>;
+    using Operation = SoftwareInstallService::Outcome (SoftwareInstallService::*)(
+        QString, SoftwareCatalog::Entries, OutputHandler, SoftwareInstallService::StatusHandler);
+    using StatusRule = void (*)(AISoftware &);
 
     /// One run of an operation that owns the busy flag; what it still reports after it was
     /// cancelled no longer touches the software.
@@ -133,9 +134,8 @@ private:
     void endOperation(int operation);
     bool isCurrent(int operation) const { return m_isOperating && operation == m_operation; }
 
-    /// What install, upgrade and uninstall share. `onStatus` is called after each status change.
-    QCoro::Task<> operate(SoftwarePointer software, OperationCall call,
-                          std::function<void(SoftwareStatus::Value)> onStatus);
+    /// What install, upgrade and uninstall share. `rule` is applied after each status change.
+    QCoro::Task<> operate(SoftwarePointer software, Operation operation, StatusRule rule);
     /// After an install or upgrade: reads the version and brings OpenClaw's gateway up anew.
     QCoro::Task<> finishInstall(SoftwarePointer software);
     /// What hands the account to a configuration command line; holds the key, so never shown.
