@@ -43,9 +43,8 @@ lint-includes: packages
 	@tools/test-check-includes
 	@tools/check-includes
 
-# Every QML module of ours; qmllint fails on a warning.
 lint-qml: configure-tidy
-	@cmake --build --preset tidy --target all_qmllint
+	@tools/lint-qml
 
 lint-tidy: configure-tidy
 	@tools/lint-tidy
