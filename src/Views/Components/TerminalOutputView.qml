@@ -1,0 +1,126 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// The output of an operation as a small terminal window. It follows the end of the output, unless
+/// the reader has scrolled away from it.
+Rectangle {
+    id: pane
+
+    required property TerminalOutput output
+    required property string title
+
+    color: Theme.terminal
+    radius: Theme.paneRadius
+    Accessible.name: title
+    Accessible.role: Accessible.Pane
+
+    Column {
+        id: bars
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+
+        TerminalTitleBar {
+            width: parent.width
+            output: pane.output
+            title: pane.title
+        }
+        TerminalProgressRow {
+            width: parent.width
+            output: pane.output
+            visible: pane.output.hasProgress
+        }
+    }
+    Flickable {
+        id: scroller
+
+        readonly property real end: Math.max(0, contentHeight - height)
+        /// The newest lines are kept in view.
+        property bool followsEnd: true
+
+        anchors.top: bars.bottom
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        boundsBehavior: Flickable.StopAtBounds
+        clip: true
+        contentHeight: text.height
+        contentWidth: width
+
+        T.ScrollBar.vertical: ScrollIndicator {
+            color: "white"
+            onPressedChanged: scroller.followsEnd = scroller.contentY >= scroller.end - 1
+        }
+        onEndChanged: if (followsEnd) scrollToEnd()
+        onMovementEnded: followsEnd = contentY >= end - 1
+        onMovementStarted: {
+            followAnimation.stop();
+            followsEnd = false;
+        }
+
+        /// Glides over what fits into the view; further away it jumps.
+        function scrollToEnd() {
+            followAnimation.stop();
+            if (end - contentY > height)
+                contentY = end;
+            followAnimation.to = end;
+            followAnimation.start();
+        }
+
+        NumberAnimation {
+            id: followAnimation
+
+            target: scroller
+            property: "contentY"
+            duration: Theme.shortMotion
+            easing.type: Easing.OutQuad
+        }
+        TextEdit {
+            id: text
+
+            width: scroller.width
+            activeFocusOnTab: true
+            color: Theme.terminalText
+            font.families: Theme.monospacedFamilies
+            font.hintingPreference: Font.PreferFullHinting
+            font.pixelSize: Theme.body
+            padding: Theme.spacingM
+            readOnly: true
+            selectByMouse: true
+            selectedTextColor: Theme.terminal
+            selectionColor: Theme.terminalText
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.WrapAnywhere
+            Accessible.name: "输出"
+            Accessible.role: Accessible.StaticText
+        }
+    }
+    TerminalDocument {
+        lineHeight: 16
+        text: pane.output.displayText
+        textDocument: text.textDocument
+        onUpdated: removedHeight => {
+            if (!scroller.followsEnd)
+                scroller.contentY = Math.max(0, scroller.contentY - removedHeight);
+        }
+    }
+    IconButton {
+        anchors.bottom: parent.bottom
+        anchors.right: parent.right
+        anchors.margins: Theme.spacingM
+        color: "white"
+        symbol: "arrow.down"
+        text: "回到最新输出"
+        visible: !scroller.followsEnd
+        onClicked: {
+            scroller.followsEnd = true;
+            scroller.scrollToEnd();
+        }
+    }
+    Rectangle {
+        anchors.fill: parent
+        border.color: Theme.faded(Theme.grey, 0.3)
+        color: "transparent"
+        radius: parent.radius
+    }
+}

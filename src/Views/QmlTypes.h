@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Platform/Appearance.h"
+#include "ViewModels/SoftwareListViewModel.h"
+
+#include <QtQml/qqml.h>
+
+class QQmlEngine;
+
+/// Makes `engine` ready to load the screens: registers the module Vaelix, its resources and the
+/// images it asks for. Call it once for each engine, before loading anything. The main window is
+/// mainWindowUrl.
+void installViews(QQmlEngine &engine);
+
+inline const QString mainWindowUrl = QStringLiteral("qrc:/qt-project.org/imports/Vaelix/Main.qml");
+
+// What the screens know of the library, which itself knows nothing of QML.
+
+struct AppearanceType {
+    Q_GADGET
+    QML_FOREIGN(Appearance)
+    QML_NAMED_ELEMENT(Appearance)
+    QML_SINGLETON
+
+public:
+    static Appearance *create(QQmlEngine *, QJSEngine *);
+};
+
+struct SoftwareListViewModelType {
+    Q_GADGET
+    QML_FOREIGN(SoftwareListViewModel)
+    QML_NAMED_ELEMENT(SoftwareListViewModel)
+};
+
+struct SoftwareListModelType {
+    Q_GADGET
+    QML_FOREIGN(SoftwareListModel)
+    QML_NAMED_ELEMENT(SoftwareListModel)
+    QML_UNCREATABLE("It belongs to a SoftwareListViewModel.")
+};
+
+struct TerminalOutputType {
+    Q_GADGET
+    QML_FOREIGN(TerminalOutput)
+    QML_NAMED_ELEMENT(TerminalOutput)
+    QML_UNCREATABLE("It belongs to a SoftwareListViewModel.")
+};
+
+struct AISoftwareType {
+    Q_GADGET
+    QML_FOREIGN(AISoftware)
+    QML_NAMED_ELEMENT(AISoftware)
+    QML_UNCREATABLE("There is one object per piece of software, in the store's list.")
+};
+
+namespace SoftwareCategoryType {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(SoftwareCategory)
+QML_NAMED_ELEMENT(SoftwareCategory)
+} // namespace SoftwareCategoryType
+
+namespace SoftwareStatusType {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(SoftwareStatus)
+QML_NAMED_ELEMENT(SoftwareStatus)
+} // namespace SoftwareStatusType

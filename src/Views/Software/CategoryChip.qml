@@ -1,0 +1,37 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// One choice of the category filter.
+T.AbstractButton {
+    id: chip
+
+    required property bool isSelected
+
+    implicitWidth: label.implicitWidth + 2 * Theme.spacingM - 4
+    implicitHeight: 24
+    Accessible.checkable: true
+    Accessible.checked: isSelected
+    Accessible.name: text
+    Accessible.role: Accessible.RadioButton
+    Keys.onEnterPressed: chip.click()
+    Keys.onReturnPressed: chip.click()
+
+    contentItem: Label {
+        id: label
+
+        color: chip.isSelected ? Theme.accentedText : Theme.text
+        font.pixelSize: Theme.caption
+        horizontalAlignment: Text.AlignHCenter
+        text: chip.text
+    }
+    background: Rectangle {
+        color: chip.isSelected ? Theme.accent : chip.down || chip.hovered ? Theme.pressed : Theme.hovered
+        radius: height / 2
+
+        FocusRing {
+            control: parent
+            controlRadius: parent.radius
+            visible: chip.visualFocus
+        }
+    }
+}

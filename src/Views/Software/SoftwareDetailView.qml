@@ -1,0 +1,81 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// Everything about the selected software: what it is, what can be done with it, what is happening.
+Flickable {
+    id: detail
+
+    required property AISoftware software
+    required property SoftwareListViewModel viewModel
+
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+    contentHeight: content.height + 2 * Theme.spacingXXL
+    contentWidth: width
+
+    T.ScrollBar.vertical: ScrollIndicator {}
+    onSoftwareChanged: contentY = 0
+
+    SoftwareAlerts {
+        id: softwareAlerts
+
+        software: detail.software
+        viewModel: detail.viewModel
+    }
+    Column {
+        id: content
+
+        x: Theme.spacingXXL
+        y: Theme.spacingXXL
+        width: Math.min(detail.width - 2 * Theme.spacingXXL, 860)
+        spacing: Theme.spacingL
+
+        SoftwareHeader {
+            width: parent.width
+            software: detail.software
+        }
+        Separator {
+            width: parent.width
+        }
+        SoftwareActions {
+            width: parent.width
+            alerts: softwareAlerts
+            software: detail.software
+            viewModel: detail.viewModel
+        }
+        ErrorBanner {
+            width: parent.width
+            message: detail.viewModel.errorMessage
+            visible: message !== ""
+        }
+        SoftwareInformation {
+            id: information
+
+            width: parent.width
+            software: detail.software
+        }
+        TerminalOutputView {
+            id: terminal
+
+            readonly property real room: detail.height - 2 * Theme.spacingXXL - information.y - information.height - content.spacing
+
+            width: parent.width
+            height: Math.max(200, Math.min(400, room))
+            output: detail.viewModel.terminalOutput
+            title: detail.software.name
+            visible: !output.isEmpty || detail.viewModel.isOperating
+            onVisibleChanged: if (visible) revealTerminal.restart()
+        }
+    }
+
+    /// A pane that appears below the window's edge would look as if nothing happened.
+    NumberAnimation {
+        id: revealTerminal
+
+        target: detail
+        property: "contentY"
+        to: Math.max(0, detail.contentHeight - detail.height)
+        duration: Theme.longMotion
+        easing.type: Easing.InOutQuad
+    }
+}
