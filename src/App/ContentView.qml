@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The main screen: the sidebar, and the selected section beside it.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The main window.
 Window {

@@ -22,10 +22,8 @@ static void initializeResources()
 void installViews(QQmlEngine &engine)
 {
     initializeResources();
-    QFont font = QGuiApplication::font();
-    font.setFamily(QStringLiteral("Noto Sans CJK SC"));
-    font.setPixelSize(13);
-    QGuiApplication::setFont(font);
+    // For the Chinese characters in a terminal's output.
+    QFont::insertSubstitution(QStringLiteral("DejaVu Sans Mono"), QStringLiteral("Noto Sans Mono CJK SC"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     engine.addImageProvider(SymbolImageProvider::scheme, new SymbolImageProvider);
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// The output of an operation as a small terminal window. It follows the end of the output, unless
 /// the reader has scrolled away from it.
@@ -81,7 +82,7 @@ Rectangle {
             width: scroller.width
             activeFocusOnTab: true
             color: Theme.terminalText
-            font.families: Theme.monospacedFamilies
+            font.family: Theme.monospacedFamily
             font.hintingPreference: Font.PreferFullHinting
             font.pixelSize: Theme.body
             padding: Theme.spacingM

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// How far a download is.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The three circles, the title, and what can be done with the output.
 Rectangle {

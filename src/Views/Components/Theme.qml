@@ -1,6 +1,7 @@
 pragma Singleton
 
 import QtQuick
+import Vaelix
 
 /// Every colour, size and duration of the screens, by what it is for.
 QtObject {
@@ -43,7 +44,7 @@ QtObject {
     // Type
     readonly property string fontFamily: "Noto Sans CJK SC"
     /// Its block characters fill their cells, so that a QR code printed as text can be scanned.
-    readonly property var monospacedFamilies: ["DejaVu Sans Mono", "Noto Sans Mono CJK SC"]
+    readonly property string monospacedFamily: "DejaVu Sans Mono"
     readonly property int smallCaption: 10
     readonly property int caption: 11
     readonly property int body: 13

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// What can be done with the selected software, by its status.
 Flow {

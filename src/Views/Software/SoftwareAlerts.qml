@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The questions and notices about the selected software.
 Item {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// Everything about the selected software: what it is, what can be done with it, what is happening.
 Flickable {

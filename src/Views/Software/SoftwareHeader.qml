@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// Icon, name, description, category and status of the selected software.
 Item {

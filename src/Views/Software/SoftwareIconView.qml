@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The icon of a piece of software: its remote image, or its symbol until and unless that is there.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// What is known about a piece of software.
 Column {

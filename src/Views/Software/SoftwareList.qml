@@ -1,5 +1,8 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// The rows of software; the arrow keys move the selection.
 ListView {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The software section: the list at the left, the selected software at the right.
 FocusScope {
@@ -10,12 +11,12 @@ FocusScope {
 
     Shortcut {
         enabled: section.visible
-        sequences: [StandardKey.Find]
+        sequences: ["Ctrl+F"]
         onActivated: listPane.focusSearch()
     }
     Shortcut {
         enabled: section.visible && !section.viewModel.isLoading && !section.viewModel.isOperating
-        sequences: [StandardKey.Refresh]
+        sequences: ["F5", "Ctrl+R"]
         onActivated: section.viewModel.loadData()
     }
     SoftwareListPane {

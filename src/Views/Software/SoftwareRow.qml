@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// A piece of software in the list.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// The status of a piece of software as a small pill.
 Rectangle {
