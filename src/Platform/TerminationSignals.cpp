@@ -1,26 +1,48 @@
 #include "TerminationSignals.h"
 
-#include <csignal>
-#include <sys/signalfd.h>
+#include "FileDescriptor.h"
 
-static FileDescriptor openSignals()
+#include <csignal>
+#include <sys/eventfd.h>
+
+namespace {
+
+/// What the handler, which may run on any thread, wakes the event loop with.
+const FileDescriptor &wakeUp()
 {
-    sigset_t signalSet;
-    sigemptyset(&signalSet);
-    sigaddset(&signalSet, SIGINT);
-    sigaddset(&signalSet, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signalSet, nullptr);
-    return FileDescriptor(::signalfd(-1, &signalSet, SFD_CLOEXEC | SFD_NONBLOCK));
+    static const FileDescriptor descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    return descriptor;
 }
+
+void handle(int)
+{
+    ::eventfd_write(wakeUp().get(), 1);
+}
+
+void setHandler(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+} // namespace
 
 TerminationSignals::TerminationSignals(QObject *parent)
     : QObject(parent)
-    , m_descriptor(openSignals())
-    , m_notifier(m_descriptor.get(), QSocketNotifier::Read)
+    , m_notifier(wakeUp().get(), QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, [this] {
-        signalfd_siginfo information;
-        if (::read(m_descriptor.get(), &information, sizeof(information)) == sizeof(information))
-            Q_EMIT received();
+        eventfd_t count;
+        ::eventfd_read(wakeUp().get(), &count);
+        Q_EMIT received();
     });
+    setHandler(handle);
+}
+
+TerminationSignals::~TerminationSignals()
+{
+    setHandler(SIG_DFL);
 }

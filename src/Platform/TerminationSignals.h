@@ -1,23 +1,21 @@
 #pragma once
 
-#include "FileDescriptor.h"
-
 #include <QObject>
 #include <QSocketNotifier>
 
-/// Turns the interrupt and terminate requests to this process (Ctrl-C, SIGTERM) into a Qt signal
-/// instead of its end. Create before any thread is started.
+/// While it lives, turns the interrupt and terminate requests to this process (Ctrl-C, SIGTERM)
+/// into a Qt signal instead of the process's end. One at a time.
 class TerminationSignals : public QObject
 {
     Q_OBJECT
 
 public:
     explicit TerminationSignals(QObject *parent = nullptr);
+    ~TerminationSignals() override;
 
 Q_SIGNALS:
     void received();
 
 private:
-    FileDescriptor m_descriptor;
     QSocketNotifier m_notifier;
 };
