@@ -102,7 +102,7 @@ check_version() {
 check_unconfigured_start() {
     collect "$(line startCommand)"
     (( status != 0 )) || { show; fail 'start without a configuration: exit status 0'; }
-    grep -q 'Missing config' "$work/out" || { show; fail "start without a configuration: OpenClaw's message is missing"; }
+    grep -q 'Missing config' "$work/out" "$work/err" || { show; fail "start without a configuration: OpenClaw's message is missing"; }
     grep -q '请先按“配置”' "$work/out" || { show; fail 'start without a configuration: the hint is missing'; }
 }
 
