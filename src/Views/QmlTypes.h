@@ -26,10 +26,11 @@ public:
     static Appearance *create(QQmlEngine *, QJSEngine *);
 };
 
+// Made known by its heir ScreenViewModel, which adds what QML can call.
 struct SoftwareListViewModelType {
     Q_GADGET
     QML_FOREIGN(SoftwareListViewModel)
-    QML_NAMED_ELEMENT(SoftwareListViewModel)
+    QML_ANONYMOUS
 };
 
 struct SoftwareListModelType {

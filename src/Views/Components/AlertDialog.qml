@@ -20,7 +20,7 @@ T.Popup {
     parent: T.Overlay.overlay
     x: parent ? Math.round((parent.width - width) / 2) : 0
     y: parent ? Math.round((parent.height - height) / 2.4) : 0
-    width: message.length > 100 ? 400 : 300
+    width: message.length > 100 ? 420 : 340
     height: implicitContentHeight + 2 * padding
     padding: Theme.spacingXL
     closePolicy: T.Popup.NoAutoClose

@@ -13,7 +13,7 @@ QtObject {
     readonly property color card: isDark ? "#2C2C2E" : "#FFFFFF"
     readonly property color separator: isDark ? "#1FFFFFFF" : "#1A000000"
     readonly property color outline: isDark ? "#29FFFFFF" : "#24000000"
-    readonly property color scrim: isDark ? "#8C000000" : "#59000000"
+    readonly property color scrim: isDark ? "#80000000" : "#4D000000"
     readonly property color terminal: "#000000"
     readonly property color terminalText: "#00FF00"
 

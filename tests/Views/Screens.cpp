@@ -1,0 +1,121 @@
+#include "Screens.h"
+
+#include "Views/QmlTypes.h"
+
+#include <QInputMethodEvent>
+
+QStringList Screens::warnings;
+
+static QtMessageHandler previousHandler = nullptr;
+
+static void recordMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type != QtDebugMsg && type != QtInfoMsg && !message.contains(QLatin1String("XDG_RUNTIME_DIR")))
+        Screens::warnings.append(message);
+    previousHandler(type, context, message);
+}
+
+Screens::Screens()
+{
+    if (!previousHandler)
+        previousHandler = qInstallMessageHandler(recordMessage);
+    QAccessible::setActive(true);
+    installViews(engine);
+    engine.setInitialProperties({{QStringLiteral("appVersion"), QStringLiteral("1.0.0")},
+                                 {QStringLiteral("softwareViewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
+    engine.load(mainWindowUrl);
+    window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+    Q_ASSERT(window);
+    window->requestActivate();
+    if (!QTest::qWaitForWindowActive(window))
+        qFatal("the window does not become active");
+}
+
+void Screens::openSoftware(const SoftwareCatalog::Entries &entries)
+{
+    scratch.setCatalog(entries);
+    click(button(QStringLiteral("AI 软件")));
+    QTRY_VERIFY_WITH_TIMEOUT(!viewModel.isLoading() && viewModel.softwareList().size() == entries.size(), 60000);
+    settle();
+}
+
+void Screens::select(const QString &name)
+{
+    for (QQuickItem *const row : elements(QAccessible::ListItem)) {
+        const QString title = QAccessible::queryAccessibleInterface(row)->text(QAccessible::Name);
+        if (title.startsWith(name + u'，'))
+            click(row);
+    }
+    settle();
+    QVERIFY(viewModel.selectedSoftware());
+    QCOMPARE(viewModel.selectedSoftware()->name, name);
+}
+
+void Screens::setStatus(const QString &id, SoftwareStatus::Value status) { software(id)->setStatus(status); }
+
+static void collect(QQuickItem *item, QList<QQuickItem *> &found, const std::function<bool(QQuickItem *)> &isWanted)
+{
+    if (!item->isVisible())
+        return;
+    if (isWanted(item))
+        found.append(item);
+    for (QQuickItem *const child : item->childItems())
+        collect(child, found, isWanted);
+}
+
+static bool hasRole(QQuickItem *item, QAccessible::Role role)
+{
+    QAccessibleInterface *const interface = QAccessible::queryAccessibleInterface(item);
+    return interface && interface->role() == role;
+}
+
+QList<QQuickItem *> Screens::elements(QAccessible::Role role) const
+{
+    QList<QQuickItem *> found;
+    collect(window->contentItem(), found, [role](QQuickItem *item) { return hasRole(item, role); });
+    return found;
+}
+
+QQuickItem *Screens::element(QAccessible::Role role, const QString &name) const
+{
+    for (QQuickItem *const item : elements(role))
+        if (QAccessible::queryAccessibleInterface(item)->text(QAccessible::Name) == name)
+            return item;
+    return nullptr;
+}
+
+QStringList Screens::texts() const
+{
+    QList<QQuickItem *> found;
+    collect(window->contentItem(), found, [](QQuickItem *item) { return item->inherits("QQuickText"); });
+    QStringList texts;
+    for (QQuickItem *const item : std::as_const(found))
+        texts.append(item->property("text").toString());
+    return texts;
+}
+
+void Screens::click(QQuickItem *item) const
+{
+    QVERIFY(item);
+    QVERIFY(item->isEnabled());
+    const QPointF centre = item->mapToScene(item->boundingRect().center());
+    QTest::mouseClick(window, Qt::LeftButton, {}, centre.toPoint());
+}
+
+void Screens::press(Qt::Key key, Qt::KeyboardModifiers modifiers) const { QTest::keyClick(window, key, modifiers); }
+
+void Screens::type(const QString &text) const
+{
+    QInputMethodEvent event;
+    event.setCommitString(text);
+    QCoreApplication::sendEvent(window->focusObject(), &event);
+}
+
+void Screens::settle() const
+{
+    QImage previous;
+    QTRY_VERIFY_WITH_TIMEOUT([&] {
+        const QImage image = window->grabWindow();
+        return std::exchange(previous, image) == image;
+    }(), 10000);
+}

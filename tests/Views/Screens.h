@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Support/Scratch.h"
+#include "Views/Software/ScreenViewModel.h"
+
+#include <QAccessible>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+/// The real main window over a view model and services of a scratch home. Its elements are found as
+/// assistive technology finds them: by role and name.
+class Screens
+{
+public:
+    Screens();
+
+    /// Makes `entries` the catalog and opens the software section; returns once it is loaded.
+    void openSoftware(const SoftwareCatalog::Entries &entries);
+    /// Selects the software by a click on its row.
+    void select(const QString &name);
+    /// Gives the software a status, as an operation would.
+    void setStatus(const QString &id, SoftwareStatus::Value status);
+
+    /// The visible elements of one of the roles, in their order on the screen.
+    QList<QQuickItem *> elements(QAccessible::Role role) const;
+    /// Null when there is no such visible element.
+    QQuickItem *element(QAccessible::Role role, const QString &name) const;
+    QQuickItem *button(const QString &name) const { return element(QAccessible::Button, name); }
+    /// Every text that can be read on the screen right now, and is not under a dimmed window.
+    QStringList texts() const;
+    bool shows(const QString &text) const { return texts().contains(text); }
+
+    void click(QQuickItem *item) const;
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;
+    void type(const QString &text) const;
+    /// Lets what is under way on the screen come to rest.
+    void settle() const;
+
+    AISoftware *software(const QString &id) const { return viewModel.software(id); }
+
+    Scratch scratch;
+    ScreenViewModel viewModel{scratch.services()};
+    QQmlApplicationEngine engine;
+    QQuickWindow *window = nullptr;
+    /// Every warning since the start; screens give none.
+    static QStringList warnings;
+};

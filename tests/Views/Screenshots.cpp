@@ -1,0 +1,172 @@
+#include "Screens.h"
+
+#include "Platform/Appearance.h"
+
+#include <QDir>
+#include <QGuiApplication>
+
+namespace {
+
+SoftwareCatalogEntry entry(const char *id, const char *name, const char *description, SoftwareCategory::Value category,
+                           const char *iconName)
+{
+    return {.id = QString::fromUtf8(id),
+            .name = QString::fromUtf8(name),
+            .description = QString::fromUtf8(description),
+            .category = category,
+            .iconName = QString::fromUtf8(iconName),
+            .installCommand = QStringLiteral("for i in $(seq 1 30); do echo \"npm http fetch GET 200 包 $i\"; done; "
+                                             "printf '  % Total    % Received % Xferd  Average Speed   Time    Time\\n"
+                                             "  45 120M   45 54.0M    0     0  12.1M      0  0:00:09  0:00:04  0:00:05 12.4M'; "
+                                             "sleep 60"),
+            .version = QStringLiteral("2026.7.35"),
+            .upgradeCommand = QStringLiteral("true"),
+            .homepageURL = QStringLiteral("https://github.com/example/") + QString::fromUtf8(id)};
+}
+
+SoftwareCatalog::Entries entries()
+{
+    using namespace SoftwareCategory;
+    SoftwareCatalog::Entries list{
+        entry("openclaw", "OpenClaw", "Vaelix 开源 AI 对话框架，支持本地模型与网页端交互", Framework, "hammer.circle.fill"),
+        entry("hermes", "Hermes Agent", "Nous Research 出品的自进化 AI Agent，支持多平台网关", Framework, "brain.head.profile"),
+        entry("ollama", "Ollama", "在本机运行开源大语言模型", Runtime, "cube.fill"),
+        entry("crewai", "CrewAI", "多智能体协作框架", Framework, "person.3.fill"),
+        entry("stable-diffusion", "Stable Diffusion WebUI", "本地文生图", Tool, "photo.artframe"),
+        entry("qwen", "通义千问", "开源中英双语大模型", Model, "sparkles"),
+        entry("broken", "Flowise", "拖拽式 LLM 编排工具", Tool, "network"),
+        entry("long", "一个名字特别特别长的本地人工智能软件发行版", "它的描述也非常长，长到列表和标题里都放不下，因此应该被省略号截断而不是把界面撑开，"
+              "即使窗口很宽也一样，不会影响旁边的状态标签", Tool, "not.in.the.table"),
+    };
+    list[0].configCommand = QStringLiteral("true");
+    list[0].dependencies = {QStringLiteral("zsh"), QStringLiteral("sed")};
+    return list;
+}
+
+/// Draws every screen and state into a folder, in both looks and at two sizes.
+class Album
+{
+public:
+    Album(Screens &screens, const QString &folder)
+        : m_screens(screens)
+        , m_folder(folder)
+    {
+    }
+
+    void take(const QString &name)
+    {
+        for (const QSize &size : {QSize(900, 600), QSize(1440, 900)}) {
+            m_screens.window->resize(size);
+            for (const bool isDark : {false, true}) {
+                Appearance::shared().setDark(isDark);
+                QTest::qWait(400);
+                const QString look = isDark ? QStringLiteral("dark") : QStringLiteral("light");
+                const QString file = QStringLiteral("%1-%2-%3.png").arg(name, look).arg(size.width());
+                if (!m_screens.window->grabWindow().save(m_folder.filePath(file)))
+                    qFatal("cannot write a screenshot");
+            }
+        }
+    }
+
+private:
+    Screens &m_screens;
+    QDir m_folder;
+};
+
+void takeStates(Screens &screens, Album &album)
+{
+    using namespace SoftwareStatus;
+    const QList<Value> statuses{Installed, NotInstalled, Running, Stopped, Upgrading, Uninstalling, Error, NotInstalled};
+    const QList<AISoftware *> list = screens.viewModel.softwareList();
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        list[i]->setStatus(statuses[i]);
+        if (isUsable(statuses[i])) {
+            list[i]->setVersion(QStringLiteral("OpenClaw 2026.7.35 (aa94808)"));
+            list[i]->setInstalledAt(QDateTime(QDate(2026, 11, 20), QTime(9, 30)));
+        }
+    }
+    album.take(QStringLiteral("list"));
+    for (AISoftware *const software : list) {
+        screens.viewModel.setSelectedSoftware(software);
+        album.take(QStringLiteral("detail-") + rawValue(software->status()) + u'-' + software->id());
+    }
+}
+
+void takeFilters(Screens &screens, Album &album)
+{
+    screens.viewModel.setSearchText(QStringLiteral("agent"));
+    album.take(QStringLiteral("search"));
+    screens.viewModel.setSearchText(QStringLiteral("没有这样的软件"));
+    album.take(QStringLiteral("no-result"));
+    screens.viewModel.setSearchText({});
+    screens.viewModel.setSelectedCategory(SoftwareCategory::Framework);
+    album.take(QStringLiteral("chips"));
+    screens.viewModel.setSelectedCategory(SoftwareListViewModel::allCategories);
+}
+
+void takeAlert(Screens &screens, Album &album, const char *id, const char *button, const char *name)
+{
+    screens.viewModel.setSelectedSoftware(screens.software(QString::fromUtf8(id)));
+    screens.settle();
+    screens.click(screens.button(QString::fromUtf8(button)));
+    QTest::qWait(400);
+    album.take(QString::fromUtf8(name));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+}
+
+void takeAlerts(Screens &screens, Album &album)
+{
+    screens.setStatus(QStringLiteral("hermes"), SoftwareStatus::Installed);
+    takeAlert(screens, album, "openclaw", "卸载", "alert-uninstall");
+    takeAlert(screens, album, "openclaw", "已安装", "alert-reinstall");
+    takeAlert(screens, album, "openclaw", "升级", "alert-no-upgrade");
+    takeAlert(screens, album, "hermes", "升级", "alert-not-supported");
+    screens.viewModel.setShowUserSwitchedAlert(true);
+    QTest::qWait(400);
+    album.take(QStringLiteral("alert-user-switched"));
+    screens.press(Qt::Key_Escape);
+}
+
+void takeOperations(Screens &screens, Album &album)
+{
+    AISoftware *const software = screens.software(QStringLiteral("openclaw"));
+    screens.viewModel.setSelectedSoftware(software);
+    screens.viewModel.install(software);
+    if (!QTest::qWaitFor([&] { return screens.viewModel.terminalOutput()->hasProgress(); }, 20000))
+        qFatal("no progress: %s", qUtf8Printable(screens.viewModel.errorMessage()));
+    album.take(QStringLiteral("installing"));
+    for (int line = 0; line < 3000; ++line)
+        screens.viewModel.terminalOutput()->append(QStringLiteral("第 %1 行：正在解压 node_modules/包\n").arg(line).toUtf8());
+    album.take(QStringLiteral("long-output"));
+    screens.viewModel.cancelInstall(software);
+    screens.viewModel.terminalOutput()->clear();
+    screens.viewModel.terminalOutput()->append(u8"█▀▀▀▀▀█ ▀▄█ █▀▀▀▀▀█\n█ ███ █ ▄▀▄ █ ███ █\n█ ▀▀▀ █ █▀  █ ▀▀▀ █\n▀▀▀▀▀▀▀ ▀ ▀ ▀▀▀▀▀▀▀\n"
+                                               "╭──────────────╮\n│ openclaw box │\n╰──────────────╯\n");
+    album.take(QStringLiteral("block-characters"));
+    screens.viewModel.terminalOutput()->clear();
+    const SoftwareCatalogEntry unknown = testEntry(QStringLiteral("unknown"));
+    AISoftware stranger(unknown.id);
+    screens.viewModel.uninstall(&stranger);
+    album.take(QStringLiteral("error-banner"));
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QString folder = qEnvironmentVariable("VAELIX_SCREENSHOTS");
+    if (folder.isEmpty())
+        qFatal("VAELIX_SCREENSHOTS names no folder");
+    const QGuiApplication application(argc, argv);
+    QDir().mkpath(folder);
+    Screens screens;
+    Album album(screens, folder);
+    album.take(QStringLiteral("dashboard"));
+    screens.openSoftware(entries());
+    takeStates(screens, album);
+    takeFilters(screens, album);
+    takeAlerts(screens, album);
+    takeOperations(screens, album);
+    return Screens::warnings.isEmpty() ? 0 : 1;
+}
