@@ -100,7 +100,10 @@ JSON describe(const Request &request)
 
 } // namespace
 
-bool isControlPath(QStringView path) { return path.startsWith(u"/_control/"); }
+bool isControlPath(QStringView path)
+{
+    return path.startsWith(u"/_control/");
+}
 
 Response answerControl(const Request &request, FaultTable &faults, const QList<Request> &recorded)
 {

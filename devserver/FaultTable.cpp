@@ -15,7 +15,10 @@ void FaultTable::set(const QByteArray &method, const QString &path, Fault fault,
     m_entries.insert({method, path}, {std::move(fault), times});
 }
 
-void FaultTable::clear() { m_entries.clear(); }
+void FaultTable::clear()
+{
+    m_entries.clear();
+}
 
 Fault FaultTable::take(const QByteArray &method, const QString &path)
 {

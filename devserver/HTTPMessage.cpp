@@ -17,7 +17,10 @@ QByteArray Response::head(qsizetype contentLength) const
         + "\r\nContent-Length: " + QByteArray::number(contentLength) + "\r\nConnection: close\r\n\r\n";
 }
 
-Response success(JSON data) { return {.body = encode({{"code", 0}, {"message", "ok"}, {"data", std::move(data)}})}; }
+Response success(JSON data)
+{
+    return {.body = encode({{"code", 0}, {"message", "ok"}, {"data", std::move(data)}})};
+}
 
 Response failure(int status, const QString &message)
 {

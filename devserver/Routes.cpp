@@ -7,7 +7,10 @@ namespace devserver {
 
 namespace {
 
-Response softwareCatalog(ServerState &state, const Request &) { return success(state.catalog); }
+Response softwareCatalog(ServerState &state, const Request &)
+{
+    return success(state.catalog);
+}
 
 constexpr std::array Routes{
     Route{"GET", u"/api/v1/software/catalog", softwareCatalog},

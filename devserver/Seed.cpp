@@ -4,7 +4,10 @@
 
 namespace devserver {
 
-QString embeddedCatalog() { return QStringLiteral(":/devserver/SoftwareCatalog.json"); }
+QString embeddedCatalog()
+{
+    return QStringLiteral(":/devserver/SoftwareCatalog.json");
+}
 
 std::expected<ServerState, QString> readSeed(const QString &catalogFile)
 {

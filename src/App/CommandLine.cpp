@@ -49,7 +49,10 @@ void print(std::FILE *stream, QByteArrayView utf8)
     std::fflush(stream);
 }
 
-void printError(const QString &message) { print(stderr, (message + u'\n').toUtf8()); }
+void printError(const QString &message)
+{
+    print(stderr, (message + u'\n').toUtf8());
+}
 
 int wrongUse(const QString &message)
 {

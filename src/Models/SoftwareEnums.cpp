@@ -31,27 +31,42 @@ std::optional<Value> caseOf(const std::array<Texts, Size> &table, QStringView ra
 
 } // namespace
 
-QString SoftwareCategory::rawValue(Value category) { return categoryTexts.at(category).rawValue.toString(); }
+QString SoftwareCategory::rawValue(Value category)
+{
+    return categoryTexts.at(category).rawValue.toString();
+}
 
 std::optional<SoftwareCategory::Value> SoftwareCategory::fromRawValue(QStringView rawValue)
 {
     return caseOf<Value>(categoryTexts, rawValue);
 }
 
-QString SoftwareCategory::displayName(Value category) { return categoryTexts.at(category).displayName.toString(); }
+QString SoftwareCategory::displayName(Value category)
+{
+    return categoryTexts.at(category).displayName.toString();
+}
 
-QString SoftwareStatus::rawValue(Value status) { return statusTexts.at(status).rawValue.toString(); }
+QString SoftwareStatus::rawValue(Value status)
+{
+    return statusTexts.at(status).rawValue.toString();
+}
 
 std::optional<SoftwareStatus::Value> SoftwareStatus::fromRawValue(QStringView rawValue)
 {
     return caseOf<Value>(statusTexts, rawValue);
 }
 
-QString SoftwareStatus::displayName(Value status) { return statusTexts.at(status).displayName.toString(); }
+QString SoftwareStatus::displayName(Value status)
+{
+    return statusTexts.at(status).displayName.toString();
+}
 
 bool SoftwareStatus::isInProgress(Value status)
 {
     return status == Installing || status == Uninstalling || status == Upgrading;
 }
 
-bool SoftwareStatus::isUsable(Value status) { return status == Installed || status == Running || status == Stopped; }
+bool SoftwareStatus::isUsable(Value status)
+{
+    return status == Installed || status == Running || status == Stopped;
+}

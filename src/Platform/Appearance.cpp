@@ -31,7 +31,8 @@ enum ColorScheme : uint { NoPreference = 0, PreferDark = 1, PreferLight = 2 };
 
 QDBusMessage readAllCall()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(portal, portalPath, settingsInterface, QStringLiteral("ReadAll"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(portal, portalPath, settingsInterface, QStringLiteral("ReadAll"));
     call << QStringList{appearanceSpace, desktopSpace};
     return call;
 }

@@ -18,9 +18,15 @@ Bundle::Bundle(QString contentsFolder)
 {
 }
 
-std::optional<QString> Bundle::shortVersion() const { return property("CFBundleShortVersionString"); }
+std::optional<QString> Bundle::shortVersion() const
+{
+    return property("CFBundleShortVersionString");
+}
 
-std::optional<QString> Bundle::buildNumber() const { return property("CFBundleVersion"); }
+std::optional<QString> Bundle::buildNumber() const
+{
+    return property("CFBundleVersion");
+}
 
 std::optional<QString> Bundle::resource(const QString &name) const
 {

@@ -17,7 +17,10 @@ namespace {
 constexpr int pipeCapacity = 1024 * 1024;
 constexpr auto terminationGrace = 2s;
 
-std::error_code systemError(int number) { return {number, std::system_category()}; }
+std::error_code systemError(int number)
+{
+    return {number, std::system_category()};
+}
 
 struct Pipe {
     FileDescriptor readingEnd;

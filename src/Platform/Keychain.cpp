@@ -4,6 +4,7 @@
 #undef signals
 #include <libsecret/secret.h>
 
+#include <QFileInfo>
 #include <memory>
 
 namespace {
@@ -40,10 +41,17 @@ AttributesPointer attributes(const QString &service, const QString &account)
                                                      qUtf8Printable(account), nullptr));
 }
 
+/// Where there is no session bus GLib would try to launch one.
+bool hasSessionBus()
+{
+    const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
+        || (!runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus")));
+}
+
 GObjectPointer<SecretService> openService()
 {
-    // Without a session bus GLib would try to launch one.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+    if (!hasSessionBus())
         return nullptr;
     GError *error = nullptr;
     GObjectPointer<SecretService> service(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, &error));

@@ -61,9 +61,15 @@ void UserDefaults::setData(const QString &key, const QByteArray &value)
     setValue(key, QJsonObject{{base64Key, QString::fromLatin1(value.toBase64())}});
 }
 
-void UserDefaults::setText(const QString &key, const QString &value) { setValue(key, value); }
+void UserDefaults::setText(const QString &key, const QString &value)
+{
+    setValue(key, value);
+}
 
-void UserDefaults::setTrue(const QString &key, bool value) { setValue(key, value); }
+void UserDefaults::setTrue(const QString &key, bool value)
+{
+    setValue(key, value);
+}
 
 void UserDefaults::setValue(const QString &key, const QJsonValue &value)
 {

@@ -29,4 +29,7 @@ std::optional<QString> KeychainService::get(const QString &key) const
     return QString::fromUtf8(*value);
 }
 
-void KeychainService::remove(const QString &key) { Keychain::remove(m_serviceName, key); }
+void KeychainService::remove(const QString &key)
+{
+    Keychain::remove(m_serviceName, key);
+}

@@ -14,7 +14,10 @@ struct SoftwareInstallService::Operation {
 
 namespace {
 
-void report(const OutputHandler &onOutput, const QString &text) { onOutput(QUtf8StringView(text.toUtf8())); }
+void report(const OutputHandler &onOutput, const QString &text)
+{
+    onOutput(QUtf8StringView(text.toUtf8()));
+}
 
 /// The entry's command line; empty when there is no such entry.
 QString commandLineOf(const SoftwareCatalogEntry *entry, QString SoftwareCatalogEntry::*commandLine)
@@ -81,7 +84,7 @@ SoftwareInstallService::Outcome SoftwareInstallService::install(QString software
         if (dependency && !co_await m_detection.isInstalled(dependency->detectCommand))
             co_return std::unexpected(InstallError::missingDependency(dependency->name));
     }
-    co_return co_await perform(operation, softwareId, catalog, onOutput, onStatusChange);
+    co_return co_await perform(&operation, softwareId, catalog, onOutput, onStatusChange);
 }
 
 SoftwareInstallService::Outcome SoftwareInstallService::upgrade(QString softwareId, SoftwareCatalog::Entries catalog,
@@ -93,7 +96,7 @@ SoftwareInstallService::Outcome SoftwareInstallService::upgrade(QString software
                                      InstallError::Kind::UpgradeFailed,
                                      SoftwareStatus::Upgrading,
                                      SoftwareStatus::Installed};
-    return perform(operation, softwareId, catalog, onOutput, onStatusChange);
+    return perform(&operation, softwareId, catalog, onOutput, onStatusChange);
 }
 
 SoftwareInstallService::Outcome SoftwareInstallService::uninstall(QString softwareId, SoftwareCatalog::Entries catalog,
@@ -105,30 +108,30 @@ SoftwareInstallService::Outcome SoftwareInstallService::uninstall(QString softwa
                                      InstallError::Kind::UninstallFailed,
                                      SoftwareStatus::Uninstalling,
                                      SoftwareStatus::NotInstalled};
-    return perform(operation, softwareId, catalog, onOutput, onStatusChange);
+    return perform(&operation, softwareId, catalog, onOutput, onStatusChange);
 }
 
-SoftwareInstallService::Outcome SoftwareInstallService::perform(const Operation &operation, QString softwareId,
+SoftwareInstallService::Outcome SoftwareInstallService::perform(const Operation *operation, QString softwareId,
                                                                 SoftwareCatalog::Entries catalog,
                                                                 OutputHandler onOutput, StatusHandler onStatusChange)
 {
     const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(catalog, softwareId);
-    const QString commandLine = commandLineOf(entry, operation.commandLine);
+    const QString commandLine = commandLineOf(entry, operation->commandLine);
     if (commandLine.isEmpty())
-        co_return std::unexpected(InstallError(operation.missing));
+        co_return std::unexpected(InstallError(operation->missing));
 
-    onStatusChange(operation.whileRunning);
-    report(onOutput, QStringLiteral(">>> 正在%1 %2...\n").arg(operation.verb, entry->name));
+    onStatusChange(operation->whileRunning);
+    report(onOutput, QStringLiteral(">>> 正在%1 %2...\n").arg(operation->verb, entry->name));
     const auto exitCode = co_await m_shell.runWithStreaming(commandLine, onOutput);
     if (!exitCode)
         co_return std::unexpected(InstallError::shellFailed(exitCode.error()));
     if (*exitCode != 0) {
-        report(onOutput, QStringLiteral("\n❌ %1失败 (exit code: %2)\n").arg(operation.verb).arg(*exitCode));
+        report(onOutput, QStringLiteral("\n❌ %1失败 (exit code: %2)\n").arg(operation->verb).arg(*exitCode));
         onStatusChange(SoftwareStatus::Error);
-        co_return std::unexpected(InstallError::failed(operation.failed, *exitCode));
+        co_return std::unexpected(InstallError::failed(operation->failed, *exitCode));
     }
-    report(onOutput, QStringLiteral("\n✅ %1完成\n").arg(operation.verb));
-    onStatusChange(operation.onSuccess);
+    report(onOutput, QStringLiteral("\n✅ %1完成\n").arg(operation->verb));
+    onStatusChange(operation->onSuccess);
     co_return std::expected<void, InstallError>();
 }
 

@@ -82,7 +82,7 @@ public:
 private:
     struct Operation;
 
-    Outcome perform(const Operation &operation, QString softwareId, SoftwareCatalog::Entries catalog,
+    Outcome perform(const Operation *operation, QString softwareId, SoftwareCatalog::Entries catalog,
                     OutputHandler onOutput, StatusHandler onStatusChange);
 
     ShellService &m_shell;

@@ -15,7 +15,10 @@ QDateTime toDate(double seconds)
     return QDateTime::fromMSecsSinceEpoch(referenceDate * 1000 + qRound64(seconds * 1000));
 }
 
-double toSeconds(const QDateTime &date) { return double(date.toMSecsSinceEpoch() - referenceDate * 1000) / 1000; }
+double toSeconds(const QDateTime &date)
+{
+    return double(date.toMSecsSinceEpoch() - referenceDate * 1000) / 1000;
+}
 
 Decoded<QDateTime> decodeDate(JSONValue value)
 {
@@ -73,7 +76,10 @@ SoftwareStore::SoftwareStore(UserDefaults &defaults)
 {
 }
 
-SoftwareStore::~SoftwareStore() { qDeleteAll(m_softwareList); }
+SoftwareStore::~SoftwareStore()
+{
+    qDeleteAll(m_softwareList);
+}
 
 void SoftwareStore::merge(const SoftwareCatalog::Entries &catalog)
 {

@@ -23,14 +23,32 @@ QString originOrOverride(const char *configured)
 
 } // namespace
 
-QString Deployment::accountOrigin() { return originOrOverride(VAELIX_ACCOUNT_ORIGIN); }
+QString Deployment::accountOrigin()
+{
+    return originOrOverride(VAELIX_ACCOUNT_ORIGIN);
+}
 
-QString Deployment::loginOrigin() { return originOrOverride(VAELIX_LOGIN_ORIGIN); }
+QString Deployment::loginOrigin()
+{
+    return originOrOverride(VAELIX_LOGIN_ORIGIN);
+}
 
-QString Deployment::updateOrigin() { return originOrOverride(VAELIX_UPDATE_ORIGIN); }
+QString Deployment::updateOrigin()
+{
+    return originOrOverride(VAELIX_UPDATE_ORIGIN);
+}
 
-QString Deployment::cloudAPIOrigin() { return originOrOverride(VAELIX_CLOUD_API_ORIGIN); }
+QString Deployment::cloudAPIOrigin()
+{
+    return originOrOverride(VAELIX_CLOUD_API_ORIGIN);
+}
 
-QString Deployment::webOrigin() { return originOrOverride(VAELIX_WEB_ORIGIN); }
+QString Deployment::webOrigin()
+{
+    return originOrOverride(VAELIX_WEB_ORIGIN);
+}
 
-QString Deployment::qqBotOrigin() { return originOrOverride(VAELIX_QQBOT_ORIGIN); }
+QString Deployment::qqBotOrigin()
+{
+    return originOrOverride(VAELIX_QQBOT_ORIGIN);
+}

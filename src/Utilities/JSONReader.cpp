@@ -2,7 +2,10 @@
 
 namespace {
 
-QString toQString(std::string_view utf8) { return QString::fromUtf8(utf8.data(), qsizetype(utf8.size())); }
+QString toQString(std::string_view utf8)
+{
+    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+}
 
 template<typename Native, typename T = Native> Decoded<T> decodeAs(JSONValue value, const QString &expectation)
 {
@@ -22,11 +25,20 @@ Decoded<QString> decodeText(JSONValue value)
     return decodeAs<std::string_view, QString>(value, QStringLiteral("应为文本"));
 }
 
-Decoded<qint64> decodeInteger(JSONValue value) { return decodeAs<int64_t, qint64>(value, QStringLiteral("应为整数")); }
+Decoded<qint64> decodeInteger(JSONValue value)
+{
+    return decodeAs<int64_t, qint64>(value, QStringLiteral("应为整数"));
+}
 
-Decoded<double> decodeNumber(JSONValue value) { return decodeAs<double>(value, QStringLiteral("应为数字")); }
+Decoded<double> decodeNumber(JSONValue value)
+{
+    return decodeAs<double>(value, QStringLiteral("应为数字"));
+}
 
-Decoded<QStringList> decodeTexts(JSONValue value) { return decodeArray(value, decodeText); }
+Decoded<QStringList> decodeTexts(JSONValue value)
+{
+    return decodeArray(value, decodeText);
+}
 
 JSONReader::JSONReader(JSONValue object)
 {
@@ -67,10 +79,22 @@ void JSONReader::fail(const char *key, const QString &reason)
         m_error = DecodingError{QStringLiteral("字段 “%1” %2").arg(QString::fromUtf8(key), reason)};
 }
 
-QString JSONReader::text(const char *key) { return value(key, decodeText); }
+QString JSONReader::text(const char *key)
+{
+    return value(key, decodeText);
+}
 
-qint64 JSONReader::integer(const char *key) { return value(key, decodeInteger); }
+qint64 JSONReader::integer(const char *key)
+{
+    return value(key, decodeInteger);
+}
 
-std::optional<QString> JSONReader::optionalText(const char *key) { return optionalValue(key, decodeText); }
+std::optional<QString> JSONReader::optionalText(const char *key)
+{
+    return optionalValue(key, decodeText);
+}
 
-std::optional<double> JSONReader::optionalNumber(const char *key) { return optionalValue(key, decodeNumber); }
+std::optional<double> JSONReader::optionalNumber(const char *key)
+{
+    return optionalValue(key, decodeNumber);
+}

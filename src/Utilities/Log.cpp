@@ -2,7 +2,10 @@
 
 static std::FILE *logStream = stdout;
 
-void Log::setStream(std::FILE *stream) { logStream = stream; }
+void Log::setStream(std::FILE *stream)
+{
+    logStream = stream;
+}
 
 void Log::line(const QString &line)
 {

@@ -42,4 +42,7 @@ QVariant SoftwareListModel::data(const QModelIndex &index, int role) const
     return role == Qt::DisplayRole ? software->name : QVariant();
 }
 
-QHash<int, QByteArray> SoftwareListModel::roleNames() const { return {{softwareRole, "software"}}; }
+QHash<int, QByteArray> SoftwareListModel::roleNames() const
+{
+    return {{softwareRole, "software"}};
+}

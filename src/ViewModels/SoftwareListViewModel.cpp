@@ -156,9 +156,15 @@ void SoftwareListViewModel::checkConfigStatus()
     Q_EMIT configuredSoftwareIdsChanged();
 }
 
-const QList<AISoftware *> &SoftwareListViewModel::softwareList() const { return m_services.store.softwareList(); }
+const QList<AISoftware *> &SoftwareListViewModel::softwareList() const
+{
+    return m_services.store.softwareList();
+}
 
-AISoftware *SoftwareListViewModel::software(const QString &id) const { return m_services.store.software(id); }
+AISoftware *SoftwareListViewModel::software(const QString &id) const
+{
+    return m_services.store.software(id);
+}
 
 QList<AISoftware *> SoftwareListViewModel::filteredSoftware() const
 {
@@ -397,7 +403,10 @@ OutputHandler SoftwareListViewModel::outputHandler()
     };
 }
 
-void SoftwareListViewModel::print(const QString &text) { m_terminalOutput.append(QUtf8StringView(text.toUtf8())); }
+void SoftwareListViewModel::print(const QString &text)
+{
+    m_terminalOutput.append(QUtf8StringView(text.toUtf8()));
+}
 
 void SoftwareListViewModel::setErrorMessage(const QString &message)
 {

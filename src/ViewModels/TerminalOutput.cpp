@@ -17,7 +17,10 @@ constexpr qsizetype completionScanCharacters = 100;
 /// text of longer characters is decoded anew with more.
 constexpr qsizetype decodedBytes = 32 * 1024;
 
-QStringView lastCharacters(QStringView text, qsizetype count) { return text.sliced(lastCharactersStart(text, count)); }
+QStringView lastCharacters(QStringView text, qsizetype count)
+{
+    return text.sliced(lastCharactersStart(text, count));
+}
 
 /// The end of `utf8`, from a character's first byte on, of at most `size` bytes.
 QByteArrayView lastBytes(QByteArrayView utf8, qsizetype size)

@@ -17,7 +17,10 @@ QByteArray entryWith(const QByteArray &from, const QByteArray &to)
     return '[' + json.replace(json.indexOf(from), from.size(), to) + ']';
 }
 
-QByteArray entryWithFile(QByteArray file) { return entryWith("\"id\":\"a\"", "\"id\":\"a\",\"files\":[" + file + ']'); }
+QByteArray entryWithFile(QByteArray file)
+{
+    return entryWith("\"id\":\"a\"", "\"id\":\"a\",\"files\":[" + file + ']');
+}
 
 } // namespace
 

@@ -341,9 +341,11 @@ void tst_ShellService::programOutlivesTheReaderOfItsLog()
             [](QUtf8StringView) { });
         QTRY_VERIFY(scratch.read(QStringLiteral("log")).contains("line 2"));
         // As when the window closes: the reading ends go away, the processes are left alone.
-        QProcess::execute(QStringLiteral("pkill"),
-                          {QStringLiteral("-KILL"), QStringLiteral("-x"), QStringLiteral("tail")});
-        QCoro::waitFor(std::move(run));
+        const QString session = QString::number(scratch.shell.currentStreamingProcess->processIdentifier());
+        QProcess::execute(
+            QStringLiteral("pkill"),
+            {QStringLiteral("-KILL"), QStringLiteral("-x"), QStringLiteral("tail"), QStringLiteral("-s"), session});
+        QVERIFY(QCoro::waitFor(std::move(run)).value() != 0);
     }
     QTRY_COMPARE(scratch.read(QStringLiteral("survived")), "survived\n");
 }

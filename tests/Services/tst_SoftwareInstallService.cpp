@@ -211,7 +211,7 @@ void tst_SoftwareInstallService::detection()
     QTRY_COMPARE(QCoro::waitFor(scratch.monitor.checkAllStatus(ids)),
                  (QHash<QString, bool>{{QStringLiteral("crewai"), true}, {QStringLiteral("unknown"), false}}));
     scratch.shell.currentStreamingProcess->terminate();
-    QCoro::waitFor(std::move(program));
+    QVERIFY(QCoro::waitFor(std::move(program)).value() != 0);
     QVERIFY(!QCoro::waitFor(scratch.monitor.checkAllStatus(ids))[QStringLiteral("crewai")]);
     QVERIFY(QCoro::waitFor(scratch.monitor.checkAllStatus({})).isEmpty());
 }

@@ -8,6 +8,9 @@ namespace {
 
 const QString openClaw = QStringLiteral("openclaw");
 
+/// For ~/.zprofile: the line that ends a former gateway kills by name, which no test may do.
+const QByteArray keepKillsToTheTest = "pkill() { print -r - $* >> ~/killed }\n";
+
 /// A scratch home, a catalog of its own and the view model over it.
 struct Fixture {
     explicit Fixture(const SoftwareCatalog::Entries &entries)
@@ -119,7 +122,8 @@ void tst_SoftwareListViewModel::installThenUninstall()
 void tst_SoftwareListViewModel::secondRunRemembers()
 {
     Fixture fixture({installable(openClaw)});
-    fixture.scratch.write(QStringLiteral(".zprofile"), "openclaw() { echo 'OpenClaw 2026.7.35 (aa94808)' }\n");
+    fixture.scratch.write(QStringLiteral(".zprofile"),
+                          "openclaw() { echo 'OpenClaw 2026.7.35 (aa94808)' }\n" + keepKillsToTheTest);
     // Without the gateway's program its start ends by itself.
     QCoro::waitFor(fixture.viewModel.install(fixture.software(openClaw)));
     QCOMPARE(fixture.software(openClaw)->version(), QStringLiteral("OpenClaw 2026.7.35 (aa94808)"));
@@ -269,10 +273,10 @@ void tst_SoftwareListViewModel::cancelledOperationDoesNotEndTheNext()
 void tst_SoftwareListViewModel::openClawGatewayComesUpAfterInstall()
 {
     Fixture fixture({installable(openClaw)});
-    // The real line that ends a former gateway kills by name; keep it to this test.
-    fixture.scratch.write(QStringLiteral(".zprofile"), "pkill() { print -r - $* >> ~/killed }\n");
+    fixture.scratch.write(QStringLiteral(".zprofile"), keepKillsToTheTest);
     fixture.scratch.write(QStringLiteral(".openclaw/bin/openclaw"), "#!/bin/sh\necho gateway $1 is up\n");
-    QCoro::waitFor(fixture.scratch.shell.run(QStringLiteral("chmod +x ~/.openclaw/bin/openclaw")));
+    QVERIFY(QFile::setPermissions(fixture.scratch.path(QStringLiteral(".openclaw/bin/openclaw")),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     QCoro::waitFor(fixture.viewModel.install(fixture.software(openClaw)));
     QCOMPARE(fixture.scratch.read(QStringLiteral("killed")), "-f openclaw-gateway\n-x openclaw\n");
     QTRY_COMPARE(fixture.output(), ">>> 启动 OpenClaw Gateway...\ngateway gateway is up\n");

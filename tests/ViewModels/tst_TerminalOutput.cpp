@@ -8,7 +8,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void append(TerminalOutput &output, const QString &text) { output.append(QUtf8StringView(text.toUtf8())); }
+void append(TerminalOutput &output, const QString &text)
+{
+    output.append(QUtf8StringView(text.toUtf8()));
+}
 
 const QString meterAt45 =
     QStringLiteral(" 45 1000M   45  450M    0     0  10.0M      0  0:01:40  0:00:45  0:00:55 11.0M");
