@@ -3,6 +3,7 @@
 #include "Views/QmlTypes.h"
 
 #include <QInputMethodEvent>
+#include <algorithm>
 
 QStringList Screens::warnings;
 
@@ -51,7 +52,11 @@ void Screens::select(const QString &name)
     QCOMPARE(viewModel.selectedSoftware()->name, name);
 }
 
-void Screens::setStatus(const QString &id, SoftwareStatus::Value status) { software(id)->setStatus(status); }
+void Screens::setStatus(const QString &id, SoftwareStatus::Value status)
+{
+    software(id)->setStatus(status);
+    settle();
+}
 
 static void collect(QQuickItem *item, QList<QQuickItem *> &found, const std::function<bool(QQuickItem *)> &isWanted)
 {
@@ -73,6 +78,10 @@ QList<QQuickItem *> Screens::elements(QAccessible::Role role) const
 {
     QList<QQuickItem *> found;
     collect(window->contentItem(), found, [role](QQuickItem *item) { return hasRole(item, role); });
+    std::ranges::stable_sort(found, {}, [](QQuickItem *item) {
+        const QPointF position = item->mapToScene({});
+        return std::pair(position.y(), position.x());
+    });
     return found;
 }
 

@@ -14,8 +14,8 @@ T.Button {
 
     Accessible.name: text
     Accessible.role: Accessible.Button
-    Keys.onEnterPressed: button.click()
-    Keys.onReturnPressed: button.click()
+    Keys.onEnterPressed: button.clicked()
+    Keys.onReturnPressed: button.clicked()
 
     contentItem: Item {
         SymbolImage {

@@ -89,8 +89,8 @@ void TerminalDocument::update()
     const int keptStart = int(m_shown.size() - kept);
     const qreal removedHeight = kept > 0 ? top(*document(), keptStart) - top(*document(), int(oldMark)) : 0;
 
+    // Not one edit block: the document lays out anew everything between its first and last change.
     QTextCursor cursor(document());
-    cursor.beginEditBlock();
     if (kept == 0) {
         replaceAll(cursor, next);
     } else {
@@ -102,7 +102,6 @@ void TerminalDocument::update()
         if (oldMark < mark.size())
             cursor.insertText(omission);
     }
-    cursor.endEditBlock();
     m_shown = next;
     Q_EMIT updated(removedHeight);
 }

@@ -10,7 +10,7 @@ Rectangle {
     required property TerminalOutput output
     required property string title
 
-    color: Theme.terminal
+    color: Theme.window
     radius: Theme.paneRadius
     Accessible.name: title
     Accessible.role: Accessible.Pane
@@ -30,6 +30,17 @@ Rectangle {
             width: parent.width
             output: pane.output
             visible: pane.output.hasProgress
+        }
+    }
+    Rectangle {
+        anchors.fill: scroller
+        color: Theme.terminal
+        radius: pane.radius
+
+        Rectangle {
+            width: parent.width
+            height: parent.radius
+            color: parent.color
         }
     }
     Flickable {

@@ -2,13 +2,12 @@ import QtQuick
 import Vaelix
 
 /// How far a download is.
-Rectangle {
+Item {
     id: row
 
     required property TerminalOutput output
 
     implicitHeight: label.implicitHeight + 2 * (Theme.spacingS - 2)
-    color: Theme.window
 
     LinearProgress {
         anchors.left: parent.left

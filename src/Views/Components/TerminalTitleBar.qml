@@ -2,23 +2,14 @@ import QtQuick
 import Vaelix
 
 /// The three circles, the title, and what can be done with the output.
-Rectangle {
+Item {
     id: bar
 
     required property TerminalOutput output
     required property string title
 
     implicitHeight: 12 + 2 * Theme.spacingS
-    color: Theme.window
-    radius: Theme.paneRadius
 
-    Rectangle {
-        anchors.bottom: parent.bottom
-        anchors.left: parent.left
-        anchors.right: parent.right
-        height: parent.radius
-        color: parent.color
-    }
     Row {
         id: circles
 

@@ -9,12 +9,12 @@ T.AbstractButton {
 
     implicitWidth: label.implicitWidth + 2 * Theme.spacingM - 4
     implicitHeight: 24
-    Accessible.checkable: true
-    Accessible.checked: isSelected
+    autoExclusive: true
+    checkable: true
+    checked: isSelected
     Accessible.name: text
-    Accessible.role: Accessible.RadioButton
-    Keys.onEnterPressed: chip.click()
-    Keys.onReturnPressed: chip.click()
+    Keys.onEnterPressed: chip.clicked()
+    Keys.onReturnPressed: chip.clicked()
 
     contentItem: Label {
         id: label

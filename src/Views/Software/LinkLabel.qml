@@ -1,55 +1,61 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /// An address that opens in the default browser.
-T.AbstractButton {
+Item {
     id: link
 
     required property string address
 
     implicitWidth: label.implicitWidth + mark.width + Theme.spacingXS
-    text: address
-    Accessible.name: text
+    activeFocusOnTab: true
+    Accessible.focusable: true
+    Accessible.name: address
     Accessible.role: Accessible.Link
-    Keys.onEnterPressed: link.click()
-    Keys.onReturnPressed: link.click()
-    onClicked: Qt.openUrlExternally(address)
+    Accessible.onPressAction: open()
+    Keys.onEnterPressed: open()
+    Keys.onReturnPressed: open()
+    Keys.onSpacePressed: open()
 
-    contentItem: Item {
-        Label {
-            id: label
-
-            width: Math.min(implicitWidth, parent.width - mark.width - Theme.spacingXS)
-            height: parent.height
-            color: Theme.accent
-            font.underline: link.hovered
-            text: link.text
-        }
-        SymbolImage {
-            id: mark
-
-            anchors.left: label.right
-            anchors.leftMargin: Theme.spacingXS
-            anchors.verticalCenter: parent.verticalCenter
-            color: Theme.accent
-            size: Theme.smallCaption
-            symbol: "arrow.up.right"
-        }
-    }
-    background: Item {
-        FocusRing {
-            anchors.topMargin: 2
-            anchors.bottomMargin: 2
-            control: parent
-            visible: link.visualFocus
-        }
+    function open() {
+        Qt.openUrlExternally(address);
     }
 
+    FocusRing {
+        anchors.bottomMargin: 2
+        anchors.topMargin: 2
+        control: parent
+        visible: link.activeFocus
+    }
     HoverHandler {
+        id: hover
+
         cursorShape: Qt.PointingHandCursor
+    }
+    TapHandler {
+        gesturePolicy: TapHandler.ReleaseWithinBounds
+        onTapped: link.open()
+    }
+    Label {
+        id: label
+
+        width: Math.min(implicitWidth, parent.width - mark.width - Theme.spacingXS)
+        height: parent.height
+        color: Theme.accent
+        font.underline: hover.hovered
+        text: link.address
+    }
+    SymbolImage {
+        id: mark
+
+        anchors.left: label.right
+        anchors.leftMargin: Theme.spacingXS
+        anchors.verticalCenter: parent.verticalCenter
+        color: Theme.accent
+        size: Theme.smallCaption
+        symbol: "arrow.up.right"
     }
     Tooltip {
         text: "在浏览器中打开"
-        visible: link.hovered
+        visible: hover.hovered
     }
 }

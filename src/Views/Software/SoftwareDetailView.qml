@@ -14,7 +14,14 @@ Flickable {
     contentHeight: content.height + 2 * Theme.spacingXXL
     contentWidth: width
 
+    /// The terminal pane has appeared and is to be brought into view.
+    property bool revealsTerminal: false
+
     T.ScrollBar.vertical: ScrollIndicator {}
+    onContentHeightChanged: if (revealsTerminal) {
+        revealsTerminal = false;
+        revealAnimation.restart();
+    }
     onSoftwareChanged: contentY = 0
 
     SoftwareAlerts {
@@ -65,13 +72,13 @@ Flickable {
             output: detail.viewModel.terminalOutput
             title: detail.software.name
             visible: !output.isEmpty || detail.viewModel.isOperating
-            onVisibleChanged: if (visible) revealTerminal.restart()
+            onVisibleChanged: detail.revealsTerminal = visible
         }
     }
 
     /// A pane that appears below the window's edge would look as if nothing happened.
     NumberAnimation {
-        id: revealTerminal
+        id: revealAnimation
 
         target: detail
         property: "contentY"

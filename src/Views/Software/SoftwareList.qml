@@ -19,7 +19,6 @@ ListView {
     keyNavigationEnabled: false
     leftMargin: Theme.spacingS
     model: viewModel.filteredModel
-    reuseItems: true
     topMargin: Theme.spacingS
 
     Accessible.name: "软件列表"

@@ -36,7 +36,6 @@ FocusScope {
         focus: true
         placeholderText: "搜索软件..."
         text: pane.viewModel.searchText
-        onTextEdited: pane.viewModel.searchText = text
         onTextChanged: pane.viewModel.searchText = text
         Keys.onDownPressed: list.takeFocus()
     }

@@ -1,0 +1,125 @@
+#include "Views/Components/SymbolImageProvider.h"
+#include "Views/Components/TerminalDocument.h"
+#include "Views/QmlTypes.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
+
+using namespace Qt::StringLiterals;
+
+class tst_Components : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { installViews(m_engine); }
+    void theDocumentHoldsTheLastText_data();
+    void theDocumentHoldsTheLastText();
+    void anUpdateLeavesTheKeptLinesAlone();
+    void symbolsAreDrawnInTheColourAndSizeAsked_data();
+    void symbolsAreDrawnInTheColourAndSizeAsked();
+
+private:
+    std::unique_ptr<QObject> makeTextEdit();
+
+    QQmlEngine m_engine;
+};
+
+std::unique_ptr<QObject> tst_Components::makeTextEdit()
+{
+    QQmlComponent component(&m_engine);
+    component.setData("import QtQuick\nTextEdit { width: 400 }", {});
+    return std::unique_ptr<QObject>(component.create());
+}
+
+static QQuickTextDocument *documentOf(QObject &textEdit)
+{
+    return textEdit.property("textDocument").value<QQuickTextDocument *>();
+}
+
+void tst_Components::theDocumentHoldsTheLastText_data()
+{
+    QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("growing") << QStringList{u"a"_s, u"ab\n"_s, u"ab\ncd"_s} << u"ab\ncd"_s;
+    QTest::newRow("cut at the front") << QStringList{u"one\ntwo\n"_s, u"...\no\nthree\n"_s} << u"...\no\nthree\n"_s;
+    QTest::newRow("moving on") << QStringList{u"...\n12345\n"_s, u"...\n345\n6"_s, u"...\n5\n678"_s} << u"...\n5\n678"_s;
+    QTest::newRow("nothing in common") << QStringList{u"等待输出..."_s, u">>> 开始\n"_s} << u">>> 开始\n"_s;
+    QTest::newRow("repeating itself") << QStringList{u"aaaa"_s, u"...\naaaa"_s, u"...\naaab"_s} << u"...\naaab"_s;
+    QTest::newRow("emptied") << QStringList{u"...\nabc"_s, u""_s, u"x"_s} << u"x"_s;
+    QTest::newRow("started anew") << QStringList{u"...\nabc"_s, u"abc"_s} << u"abc"_s;
+    QTest::newRow("carriage returns") << QStringList{u"1%\r"_s, u"1%\r2%\r\n"_s, u"2%\r\n3%\r"_s} << u"2%\n3%\n"_s;
+    QTest::newRow("paragraph marks") << QStringList{u"a\u2029b"_s, u"a\u2029b\uFDD0c"_s} << u"a\nb\nc"_s;
+    QTest::newRow("pairs") << QStringList{u"😀😀"_s, u"😀✅"_s} << u"😀✅"_s;
+}
+
+void tst_Components::theDocumentHoldsTheLastText()
+{
+    QFETCH(QStringList, texts);
+    QFETCH(QString, shown);
+    const auto textEdit = makeTextEdit();
+    TerminalDocument document;
+    document.setLineHeight(16);
+    document.setTextDocument(documentOf(*textEdit));
+    for (const QString &text : std::as_const(texts))
+        document.setText(text);
+    QCOMPARE(documentOf(*textEdit)->textDocument()->toPlainText(), shown);
+}
+
+void tst_Components::anUpdateLeavesTheKeptLinesAlone()
+{
+    const auto textEdit = makeTextEdit();
+    QTextDocument *const edited = documentOf(*textEdit)->textDocument();
+    TerminalDocument document;
+    document.setLineHeight(16);
+    document.setTextDocument(documentOf(*textEdit));
+    QString text = u"...\n"_s;
+    for (int line = 0; line < 500; ++line)
+        text += u"第 %1 行\n"_s.arg(line);
+    document.setText(text);
+
+    QSignalSpy changes(edited, &QTextDocument::contentsChange);
+    QSignalSpy updates(&document, &TerminalDocument::updated);
+    document.setText(u"...\n"_s + text.sliced(text.indexOf(u"第 2 行"_s)) + u"新的一行\n"_s);
+    int touched = 0;
+    for (const auto &change : std::as_const(changes))
+        touched += change.at(1).toInt() + change.at(2).toInt();
+    QVERIFY2(touched < 100, qPrintable(QString::number(touched)));
+    QCOMPARE(updates.at(0).at(0).toReal(), 32.0); // two lines of 16 went away
+    for (QTextBlock block = edited->begin(); block.isValid(); block = block.next())
+        QCOMPARE(block.blockFormat().lineHeight(), 16.0);
+}
+
+void tst_Components::symbolsAreDrawnInTheColourAndSizeAsked_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a symbol") << u"play.fill"_s;
+    QTest::newRow("one of a server's catalog that nobody knows") << u"no.such.symbol"_s;
+    QTest::newRow("no name") << u""_s;
+    QTest::newRow("a path") << u"../../etc/passwd"_s;
+}
+
+void tst_Components::symbolsAreDrawnInTheColourAndSizeAsked()
+{
+    QFETCH(QString, name);
+    SymbolImageProvider provider;
+    QSize size;
+    const QImage image = provider.requestImage(name + u"?ff3b30"_s, &size, QSize(28, 28));
+    QCOMPARE(size, QSize(28, 28));
+    QCOMPARE(image.size(), size);
+    int drawn = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (const QColor color = image.pixelColor(x, y); color.alpha() == 255) {
+                QCOMPARE(color, QColor(u"#ff3b30"_s));
+                ++drawn;
+            }
+    QVERIFY(drawn > 20);
+}
+
+QTEST_MAIN(tst_Components)
+#include "tst_Components.moc"
