@@ -2,15 +2,13 @@ import QtQuick
 import QtQuick.Templates as T
 
 /// One choice of the category filter.
-T.AbstractButton {
+T.RadioButton {
     id: chip
 
     required property bool isSelected
 
     implicitWidth: label.implicitWidth + 2 * Theme.spacingM - 4
     implicitHeight: 24
-    autoExclusive: true
-    checkable: true
     checked: isSelected
     Accessible.name: text
     Keys.onEnterPressed: chip.clicked()
