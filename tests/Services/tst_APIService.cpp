@@ -115,7 +115,9 @@ void tst_APIService::sentRequest()
     QCOMPARE(anonymous.header("Authorization"), "");
 
     fixture.scratch.keychain.save(QStringLiteral("auth_token"), QStringLiteral("t0ken"));
-    QCoro::waitFor(fixture.scratch.api.post(QStringLiteral("/software/catalog?x=1"), R"({"b":1,"a":2})", decodeText));
+    const auto answer = QCoro::waitFor(
+        fixture.scratch.api.post(QStringLiteral("/software/catalog?x=1"), R"({"b":1,"a":2})", decodeText));
+    QCOMPARE(answer.error().kind(), APIError::Kind::HTTPError);
     fixture.scratch.keychain.remove(QStringLiteral("auth_token"));
     const auto &posted = fixture.server.requests().last();
     QCOMPARE(posted.method, "POST");
