@@ -31,7 +31,7 @@ void UTF8Stream::feed(std::span<const char> bytes)
 {
     std::string_view piece(bytes.data(), bytes.size());
     std::string joined;
-    if (!m_pending.empty()) {
+    if (!m_pending.empty() && !deliverSplitCharacter(piece)) {
         joined = std::exchange(m_pending, {}).append(piece);
         piece = joined;
     }
@@ -39,6 +39,18 @@ void UTF8Stream::feed(std::span<const char> bytes)
     m_pending = piece.substr(whole);
     if (whole > 0)
         deliver(piece.substr(0, whole));
+}
+
+bool UTF8Stream::deliverSplitCharacter(std::string_view &piece)
+{
+    const std::size_t rest = sequenceLength(static_cast<unsigned char>(m_pending.front())) - m_pending.size();
+    const std::string character = m_pending + std::string(piece.substr(0, rest));
+    if (!simdjson::validate_utf8(character))
+        return false;
+    m_pending.clear();
+    piece.remove_prefix(rest);
+    m_consumer(QUtf8StringView(character.data(), qsizetype(character.size())));
+    return true;
 }
 
 void UTF8Stream::deliver(std::string_view piece)

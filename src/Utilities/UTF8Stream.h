@@ -21,6 +21,9 @@ public:
     void feed(std::span<const char> bytes);
 
 private:
+    /// Takes the rest of the pending character off `piece`, which saves joining the two. False when
+    /// they make no character; nothing has changed then.
+    bool deliverSplitCharacter(std::string_view &piece);
     void deliver(std::string_view piece);
     void deliverValidLines(std::string_view piece);
 
