@@ -256,7 +256,7 @@ void tst_SoftwareListViewModel::cancelledOperationDoesNotEndTheNext()
     SoftwareCatalogEntry slow = installable();
     slow.installCommand = QStringLiteral("trap 'sleep 0.3; exit 1' TERM; echo begun; sleep 30");
     SoftwareCatalogEntry next = installable(QStringLiteral("b"));
-    next.installCommand = QStringLiteral("sleep 0.8; touch ~/installed");
+    next.installCommand = QStringLiteral("until [ -e ~/go ]; do sleep 0.05; done; touch ~/installed");
     Fixture fixture({slow, next});
     auto first = fixture.viewModel.install(fixture.software());
     QTRY_VERIFY(fixture.output().contains("begun"));
@@ -264,6 +264,7 @@ void tst_SoftwareListViewModel::cancelledOperationDoesNotEndTheNext()
     auto second = fixture.viewModel.install(fixture.software(QStringLiteral("b")));
     QCoro::waitFor(std::move(first));
     QVERIFY(fixture.viewModel.isOperating());
+    fixture.scratch.write(QStringLiteral("go"), {});
     QCoro::waitFor(std::move(second));
     QVERIFY(!fixture.viewModel.isOperating());
     QCOMPARE(fixture.software(QStringLiteral("b"))->status(), SoftwareStatus::Installed);
