@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Vaelix
 
@@ -6,94 +8,39 @@ Item {
     id: content
 
     required property string appVersion
-    /// Given by tests; the software section makes its own else.
+    /// Given by tests; else the software section makes its own.
     property SoftwareListViewModel softwareViewModel: null
     property NavigationItem selectedItem: dashboard
 
-    readonly property list<NavigationItem> items: [
-        NavigationItem {
-            id: dashboard
-
-            screen: dashboardScreen
-            symbol: "square.grid.2x2"
-            title: "仪表盘"
-        },
-        NavigationItem {
-            screen: content.softwareViewModel ? givenSoftwareScreen : softwareScreen
-            symbol: "cpu"
-            title: "AI 软件"
-        },
-        NavigationItem {
-            screen: tokenScreen
-            symbol: "bitcoinsign.circle"
-            title: "Token 管理"
-        }
-    ]
-
-    Component {
-        id: dashboardScreen
-
-        EmptyPlaceholder {
-            description: "即将推出"
-            systemImage: "square.grid.2x2"
-            title: "仪表盘"
-        }
-    }
-    Component {
-        id: softwareScreen
-
-        SoftwareListView {
-            viewModel: SoftwareListViewModel {}
-        }
-    }
-    Component {
-        id: givenSoftwareScreen
-
-        SoftwareListView {
-            viewModel: content.softwareViewModel
-        }
-    }
-    Component {
-        id: tokenScreen
-
-        EmptyPlaceholder {
-            description: "即将推出"
-            systemImage: "bitcoinsign.circle"
-            title: "Token 管理"
-        }
-    }
     Sidebar {
         id: sidebar
 
         width: divider.position
         height: parent.height
         appVersion: content.appVersion
-        items: content.items
         selectedItem: content.selectedItem
         onSelected: item => content.selectedItem = item
-    }
-    Repeater {
-        model: content.items.length
 
-        // A section is made when it is first shown, and then kept with all that goes on in it.
-        Loader {
-            required property int index
-            readonly property bool isShown: content.selectedItem === content.items[index]
+        NavigationItem {
+            id: dashboard
 
-            anchors.fill: detailArea
-            active: false
-            sourceComponent: content.items[index].screen
-            visible: isShown
-            onIsShownChanged: if (isShown) active = true
-            Component.onCompleted: if (isShown) active = true
+            screen: "EmptyPlaceholder.qml"
+            screenProperties: ({ title: title, systemImage: symbol, description: "即将推出" })
+            symbol: "square.grid.2x2"
+            title: "仪表盘"
         }
-    }
-    EmptyPlaceholder {
-        anchors.fill: detailArea
-        description: "选择左侧菜单开始使用"
-        systemImage: "cpu"
-        title: "Vaelix"
-        visible: !content.selectedItem
+        NavigationItem {
+            screen: content.softwareViewModel ? "SoftwareListView.qml" : "SoftwareSection.qml"
+            screenProperties: content.softwareViewModel ? { viewModel: content.softwareViewModel } : {}
+            symbol: "cpu"
+            title: "AI 软件"
+        }
+        NavigationItem {
+            screen: "EmptyPlaceholder.qml"
+            screenProperties: ({ title: title, systemImage: symbol, description: "即将推出" })
+            symbol: "bitcoinsign.circle"
+            title: "Token 管理"
+        }
     }
     Item {
         id: detailArea
@@ -102,6 +49,25 @@ Item {
         anchors.left: divider.right
         anchors.right: parent.right
         anchors.top: parent.top
+
+        Repeater {
+            model: sidebar.items.length
+
+            NavigationLoader {
+                required property int index
+
+                anchors.fill: parent
+                isShown: navigationItem === content.selectedItem
+                navigationItem: sidebar.items[index]
+            }
+        }
+        EmptyPlaceholder {
+            anchors.fill: parent
+            description: "选择左侧菜单开始使用"
+            systemImage: "cpu"
+            title: "Vaelix"
+            visible: !content.selectedItem
+        }
     }
     SidebarDivider {
         id: divider

@@ -1,10 +1,12 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 /// The sections of the application and its version.
 Rectangle {
     id: sidebar
 
-    required property list<NavigationItem> items
+    default property list<NavigationItem> items
     required property NavigationItem selectedItem
     required property string appVersion
     signal selected(NavigationItem item)

@@ -144,6 +144,7 @@ void tst_SoftwareScreens::duringAnOperationOnlyCancellingIsPossible()
     m_screens->select(u"TOOL"_s);
     m_screens->click(m_screens->button(u"安装"_s));
     QTRY_COMPARE(m_screens->software(u"tool"_s)->status(), SoftwareStatus::Installing);
+    m_screens->settle();
     QCOMPARE(detailButtons(*m_screens).join(u' '), u"取消安装 -配置 -升级 -卸载"_s);
     QVERIFY(m_screens->shows(u"正在安装..."_s));
 

@@ -22,30 +22,11 @@ T.Button {
     Keys.onEnterPressed: button.clicked()
     Keys.onReturnPressed: button.clicked()
 
-    contentItem: Item {
-        implicitWidth: content.implicitWidth
-        implicitHeight: content.implicitHeight
-
-        Row {
-            id: content
-
-            anchors.centerIn: parent
-            height: parent.height
-            spacing: Theme.spacingS - 2
-
-            SymbolImage {
-                anchors.verticalCenter: parent.verticalCenter
-                color: button.symbolColor
-                size: Theme.smallIcon
-                symbol: button.symbol
-                visible: button.symbol !== ""
-            }
-            Label {
-                anchors.verticalCenter: parent.verticalCenter
-                color: button.foreground
-                text: button.text
-            }
-        }
+    contentItem: ButtonContent {
+        color: button.foreground
+        symbol: button.symbol
+        symbolColor: button.symbolColor
+        text: button.text
     }
     background: Rectangle {
         border.color: button.prominent ? "transparent" : Theme.outline

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 /// Says that something is under way of which nobody knows how long it takes.
@@ -24,6 +26,8 @@ Item {
         model: spinner.spokes
 
         Rectangle {
+            id: spoke
+
             required property int index
 
             x: (spinner.size - width) / 2
@@ -31,11 +35,11 @@ Item {
             height: spinner.size * 0.3
             antialiasing: true
             color: spinner.color
-            opacity: 1 - 0.8 * ((spinner.step - index + spinner.spokes) % spinner.spokes) / (spinner.spokes - 1)
+            opacity: 1 - 0.8 * ((spinner.step - spoke.index + spinner.spokes) % spinner.spokes) / (spinner.spokes - 1)
             radius: width / 2
             transform: Rotation {
-                angle: index * 360 / spinner.spokes
-                origin.x: spinner.size / 2 - (spinner.size - width) / 2
+                angle: spoke.index * 360 / spinner.spokes
+                origin.x: spinner.size / 2 - (spinner.size - spoke.width) / 2
                 origin.y: spinner.size / 2
             }
         }

@@ -7,7 +7,7 @@ T.RadioButton {
 
     required property bool isSelected
 
-    implicitWidth: label.implicitWidth + 2 * Theme.spacingM - 4
+    implicitWidth: implicitContentWidth + 2 * Theme.spacingM - 4
     implicitHeight: 24
     checked: isSelected
     Accessible.name: text
@@ -15,8 +15,6 @@ T.RadioButton {
     Keys.onReturnPressed: chip.clicked()
 
     contentItem: Label {
-        id: label
-
         color: chip.isSelected ? Theme.accentedText : Theme.text
         font.pixelSize: Theme.caption
         horizontalAlignment: Text.AlignHCenter
