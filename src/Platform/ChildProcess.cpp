@@ -3,6 +3,7 @@
 #include "PidFD.h"
 #include "ProcessSession.h"
 
+#include <QPointer>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
@@ -15,7 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int pipeCapacity = 1024 * 1024;
-constexpr auto terminationGrace = 2s;
+constexpr auto terminationGrace = 700ms;
 
 std::error_code systemError(int number)
 {
@@ -171,12 +172,23 @@ void ChildProcess::reap()
 
 void ChildProcess::finishIfOver()
 {
-    if (m_exitCode && m_output->isAtEnd() && m_error->isAtEnd())
+    if (m_exitCode && !m_isTerminating && m_output->isAtEnd() && m_error->isAtEnd())
         Q_EMIT finished(*m_exitCode);
 }
 
 void ChildProcess::terminate()
 {
-    if (!m_exitCode)
-        ProcessSession::terminate(m_pid, terminationGrace);
+    if (!m_exitCode && !m_isTerminating)
+        endSession();
+}
+
+QCoro::Task<> ChildProcess::endSession()
+{
+    const QPointer self(this);
+    m_isTerminating = true;
+    co_await ProcessSession::terminate(m_pid, terminationGrace);
+    if (!self)
+        co_return;
+    m_isTerminating = false;
+    finishIfOver();
 }

@@ -47,9 +47,9 @@ public:
     /// The exit status, 128 + the signal's number for a child that a signal ended; none while it runs.
     std::optional<int> exitCode() const { return m_exitCode; }
 
-    /// Asks the child and everything else in its session to end, and kills what is left after
-    /// two seconds. Does nothing once the child has ended, so what a finished command left in the
-    /// background stays.
+    /// Asks the child and everything else in its session to end and kills what is left 700 ms
+    /// later; the run is over only then. Does nothing once the child has ended, so what a finished
+    /// command left in the background stays.
     void terminate();
 
 Q_SIGNALS:
@@ -60,6 +60,7 @@ private:
     ChildProcess(pid_t pid, FileDescriptor exitHandle, Ending ending);
 
     void attach(FileDescriptor output, FileDescriptor error, Consumers consumers);
+    QCoro::Task<> endSession();
     void reap();
     void finishIfOver();
 
@@ -70,4 +71,5 @@ private:
     std::unique_ptr<PipeReader> m_output;
     std::unique_ptr<PipeReader> m_error;
     std::optional<int> m_exitCode;
+    bool m_isTerminating = false;
 };

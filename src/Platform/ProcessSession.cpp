@@ -3,12 +3,12 @@
 #include "FileDescriptor.h"
 #include "PidFD.h"
 
-#include <QTimer>
+#include <QCoroTimer>
+#include <QDeadlineTimer>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <string>
 
 using namespace std::chrono_literals;
@@ -74,12 +74,13 @@ bool anyAlive(const Members &members)
 
 } // namespace
 
-void ProcessSession::terminate(pid_t session, std::chrono::milliseconds grace)
+QCoro::Task<> ProcessSession::terminate(pid_t session, std::chrono::milliseconds grace)
 {
-    auto members = std::make_shared<Members>(signalSession(session, SIGTERM));
-    QTimer::singleShot(grace, [session, members] {
-        // While one of them lives the kernel keeps the session's number from being reused.
-        if (anyAlive(*members))
-            signalSession(session, SIGKILL);
-    });
+    const Members members = signalSession(session, SIGTERM);
+    const QDeadlineTimer deadline(grace);
+    while (anyAlive(members) && !deadline.hasExpired())
+        co_await QCoro::sleepFor(20ms);
+    // While one of them lives the kernel keeps the session's number from being reused.
+    if (anyAlive(members))
+        signalSession(session, SIGKILL);
 }

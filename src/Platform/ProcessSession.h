@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoroTask>
 #include <chrono>
 #include <sys/types.h>
 
@@ -7,9 +8,9 @@
 /// leaving the session.
 namespace ProcessSession {
 
-/// Asks every process of the session to terminate and kills what is left after `grace`.
-/// Needs a running event loop for the second half; returns at once. Safe against reused
-/// process identifiers: only processes seen alive in the session are ever signalled.
-void terminate(pid_t session, std::chrono::milliseconds grace);
+/// Asks every process of the session to terminate, kills those that have not after `grace`, and
+/// ends when all are gone or killed. Safe against reused process identifiers: only processes seen
+/// alive in the session are ever signalled.
+QCoro::Task<> terminate(pid_t session, std::chrono::milliseconds grace);
 
 } // namespace ProcessSession

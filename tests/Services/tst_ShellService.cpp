@@ -273,7 +273,6 @@ void tst_ShellService::terminatingReachesTheWholeTree()
 {
     QFETCH(QString, commandLine);
     Scratch scratch;
-    const QString mark = QStringLiteral("sleep 4711");
     auto run = scratch.shell.runWithStreaming(commandLine, [](QUtf8StringView) { });
     const auto process = scratch.shell.currentStreamingProcess;
     QVERIFY(process);
