@@ -6,7 +6,7 @@ MAKEFLAGS += --no-print-directory
 
 release := build/release
 
-.PHONY: help packages configure configure-tidy build run test bench lint lint-format lint-includes lint-tidy lint-qml clean
+.PHONY: help packages configure configure-tidy build run test prove bench lint lint-format lint-includes lint-tidy lint-qml clean
 
 help: ## 列出所有目标
 	@sed -nE 's/^([a-z-]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 16
@@ -29,6 +29,9 @@ run: build ## 构建后启动本地服务器并打开 Vaelix
 test: configure ## 构建并运行全部测试
 	@cmake --build --preset release
 	@tools/with-session ctest --preset release -j $$(nproc)
+
+prove: packages ## 真实安装、运行并卸载 OpenClaw，逐条验证其命令行（需联网，数分钟）
+	@tests/catalog/prove_openclaw.sh
 
 bench: configure ## 构建并运行性能对比
 	@cmake --build --preset release
