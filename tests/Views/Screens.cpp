@@ -111,7 +111,10 @@ void Screens::click(QQuickItem *item) const
     QTest::mouseClick(window, Qt::LeftButton, {}, centre.toPoint());
 }
 
-void Screens::press(Qt::Key key, Qt::KeyboardModifiers modifiers) const { QTest::keyClick(window, key, modifiers); }
+void Screens::press(Qt::Key key, Qt::KeyboardModifiers modifiers) const
+{
+    QTest::keyClick(window, key, modifiers);
+}
 
 void Screens::type(const QString &text) const
 {
@@ -123,8 +126,10 @@ void Screens::type(const QString &text) const
 void Screens::settle() const
 {
     QImage previous;
-    QTRY_VERIFY_WITH_TIMEOUT([&] {
-        const QImage image = window->grabWindow();
-        return std::exchange(previous, image) == image;
-    }(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            const QImage image = window->grabWindow();
+            return std::exchange(previous, image) == image;
+        }(),
+        10000);
 }

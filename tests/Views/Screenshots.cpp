@@ -27,15 +27,19 @@ SoftwareCatalog::Entries entries()
 {
     using namespace SoftwareCategory;
     SoftwareCatalog::Entries list{
-        entry("openclaw", "OpenClaw", "Vaelix 开源 AI 对话框架，支持本地模型与网页端交互", Framework, "hammer.circle.fill"),
-        entry("hermes", "Hermes Agent", "Nous Research 出品的自进化 AI Agent，支持多平台网关", Framework, "brain.head.profile"),
+        entry("openclaw", "OpenClaw", "Vaelix 开源 AI 对话框架，支持本地模型与网页端交互", Framework,
+              "hammer.circle.fill"),
+        entry("hermes", "Hermes Agent", "Nous Research 出品的自进化 AI Agent，支持多平台网关", Framework,
+              "brain.head.profile"),
         entry("ollama", "Ollama", "在本机运行开源大语言模型", Runtime, "cube.fill"),
         entry("crewai", "CrewAI", "多智能体协作框架", Framework, "person.3.fill"),
         entry("stable-diffusion", "Stable Diffusion WebUI", "本地文生图", Tool, "photo.artframe"),
         entry("qwen", "通义千问", "开源中英双语大模型", Model, "sparkles"),
         entry("broken", "Flowise", "拖拽式 LLM 编排工具", Tool, "network"),
-        entry("long", "一个名字特别特别长的本地人工智能软件发行版", "它的描述也非常长，长到列表和标题里都放不下，因此应该被省略号截断而不是把界面撑开，"
-              "即使窗口很宽也一样，不会影响旁边的状态标签", Tool, "not.in.the.table"),
+        entry("long", "一个名字特别特别长的本地人工智能软件发行版",
+              "它的描述也非常长，长到列表和标题里都放不下，因此应该被省略号截断而不是把界面撑开，"
+              "即使窗口很宽也一样，不会影响旁边的状态标签",
+              Tool, "not.in.the.table"),
     };
     list[0].configCommand = QStringLiteral("true");
     list[0].dependencies = {QStringLiteral("zsh"), QStringLiteral("sed")};
@@ -78,7 +82,8 @@ private:
 void takeStates(Screens &screens, Album &album)
 {
     using namespace SoftwareStatus;
-    const QList<Value> statuses{Installed, NotInstalled, Running, Stopped, Upgrading, Uninstalling, Error, NotInstalled};
+    const QList<Value> statuses{Installed, NotInstalled, Running, Stopped,
+                                Upgrading, Uninstalling, Error,   NotInstalled};
     const QList<AISoftware *> list = screens.viewModel.softwareList();
     for (qsizetype i = 0; i < list.size(); ++i) {
         list[i]->setStatus(statuses[i]);
@@ -139,12 +144,16 @@ void takeOperations(Screens &screens, Album &album)
         qFatal("no progress: %s", screens.viewModel.terminalOutput()->text().constData());
     album.take(QStringLiteral("installing"));
     for (int line = 0; line < 3000; ++line)
-        screens.viewModel.terminalOutput()->append(QStringLiteral("第 %1 行：正在解压 node_modules/包\n").arg(line).toUtf8());
+        screens.viewModel.terminalOutput()->append(
+            QStringLiteral("第 %1 行：正在解压 node_modules/包\n").arg(line).toUtf8());
     album.take(QStringLiteral("long-output"));
     screens.viewModel.cancelInstall(software);
+    if (!QTest::qWaitFor([&] { return screens.viewModel.terminalOutput()->text().contains("exit code"); }, 20000))
+        qFatal("the cancelled run does not end");
     screens.viewModel.terminalOutput()->clear();
-    screens.viewModel.terminalOutput()->append(u8"█▀▀▀▀▀█ ▀▄█ █▀▀▀▀▀█\n█ ███ █ ▄▀▄ █ ███ █\n█ ▀▀▀ █ █▀  █ ▀▀▀ █\n▀▀▀▀▀▀▀ ▀ ▀ ▀▀▀▀▀▀▀\n"
-                                               "╭──────────────╮\n│ openclaw box │\n╰──────────────╯\n");
+    screens.viewModel.terminalOutput()->append(
+        u8"█▀▀▀▀▀█ ▀▄█ █▀▀▀▀▀█\n█ ███ █ ▄▀▄ █ ███ █\n█ ▀▀▀ █ █▀  █ ▀▀▀ █\n▀▀▀▀▀▀▀ ▀ ▀ ▀▀▀▀▀▀▀\n"
+        "╭──────────────╮\n│ openclaw box │\n╰──────────────╯\n");
     album.take(QStringLiteral("block-characters"));
     screens.viewModel.terminalOutput()->clear();
     software->setStatus(SoftwareStatus::Installed);

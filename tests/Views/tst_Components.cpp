@@ -47,7 +47,8 @@ void tst_Components::theDocumentHoldsTheLastText_data()
     QTest::addColumn<QString>("shown");
     QTest::newRow("growing") << QStringList{u"a"_s, u"ab\n"_s, u"ab\ncd"_s} << u"ab\ncd"_s;
     QTest::newRow("cut at the front") << QStringList{u"one\ntwo\n"_s, u"...\no\nthree\n"_s} << u"...\no\nthree\n"_s;
-    QTest::newRow("moving on") << QStringList{u"...\n12345\n"_s, u"...\n345\n6"_s, u"...\n5\n678"_s} << u"...\n5\n678"_s;
+    QTest::newRow("moving on") << QStringList{u"...\n12345\n"_s, u"...\n345\n6"_s, u"...\n5\n678"_s}
+                               << u"...\n5\n678"_s;
     QTest::newRow("nothing in common") << QStringList{u"等待输出..."_s, u">>> 开始\n"_s} << u">>> 开始\n"_s;
     QTest::newRow("repeating itself") << QStringList{u"aaaa"_s, u"...\naaaa"_s, u"...\naaab"_s} << u"...\naaab"_s;
     QTest::newRow("emptied") << QStringList{u"...\nabc"_s, u""_s, u"x"_s} << u"x"_s;

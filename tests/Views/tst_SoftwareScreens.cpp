@@ -157,6 +157,8 @@ void tst_SoftwareScreens::duringAnOperationOnlyCancellingIsPossible()
     QTRY_VERIFY(!m_screens->viewModel.isOperating());
     QCOMPARE(m_screens->software(u"tool"_s)->status(), SoftwareStatus::NotInstalled);
     QVERIFY(detailButtons(*m_screens).contains(u"安装"_s));
+    // The run ends a little later, and its shell must still be there.
+    QTRY_VERIFY(m_screens->viewModel.terminalOutput()->text().contains("exit code"));
 }
 
 void tst_SoftwareScreens::noticesSayWhatTheyShould_data()
@@ -237,7 +239,8 @@ void tst_SoftwareScreens::aSwitchedAccountIsToldOnce()
     m_screens->scratch.defaults.setTrue(u"needsReconfigureSoftware"_s, true);
     m_screens->openSoftware(entries());
     QTRY_VERIFY(m_screens->element(QAccessible::AlertMessage, u"账号已切换"_s));
-    QVERIFY(m_screens->shows(u"检测到登录账号发生变更，已停止相关服务并清除旧配置。请对已安装的软件重新点击「配置」以使用当前账号。"_s));
+    QVERIFY(m_screens->shows(
+        u"检测到登录账号发生变更，已停止相关服务并清除旧配置。请对已安装的软件重新点击「配置」以使用当前账号。"_s));
     QTRY_VERIFY(m_screens->button(u"我知道了"_s)->hasActiveFocus());
     m_screens->press(Qt::Key_Return);
     QTRY_VERIFY(!m_screens->button(u"我知道了"_s));
@@ -263,7 +266,9 @@ void tst_SoftwareScreens::searchAndChipsFilterTheList()
     QVERIFY(m_screens->shows(u"没有找到软件"_s));
     m_screens->click(m_screens->button(u"清除筛选"_s));
     QTRY_COMPARE(rowNames(*m_screens), all);
-    QVERIFY(QAccessible::queryAccessibleInterface(m_screens->element(QAccessible::RadioButton, u"全部"_s))->state().checked);
+    QVERIFY(QAccessible::queryAccessibleInterface(m_screens->element(QAccessible::RadioButton, u"全部"_s))
+                ->state()
+                .checked);
 }
 
 void tst_SoftwareScreens::theKeyboardMovesTheSelection()
@@ -332,8 +337,12 @@ void tst_SoftwareScreens::factsWithoutAValueAreLeftOut()
 
 void tst_SoftwareScreens::thePaneFollowsTheOutputAndCopiesAllOfIt()
 {
+    m_screens->window->resize(900, 600);
     m_screens->openSoftware(entries());
     m_screens->select(u"TOOL"_s);
+    m_screens->software(u"tool"_s)->setVersion(u"0.5.7"_s);
+    m_screens->software(u"tool"_s)->setInstalledAt(QDateTime::currentDateTime());
+    m_screens->software(u"tool"_s)->setStatus(SoftwareStatus::Error);
     QVERIFY(!m_screens->element(QAccessible::Pane, u"TOOL"_s));
     TerminalOutput *const output = m_screens->viewModel.terminalOutput();
     for (int line = 0; line < 2000; ++line)
@@ -341,6 +350,7 @@ void tst_SoftwareScreens::thePaneFollowsTheOutputAndCopiesAllOfIt()
     QTRY_VERIFY(m_screens->element(QAccessible::Pane, u"TOOL"_s));
     QQuickItem *const pane = m_screens->element(QAccessible::Pane, u"TOOL"_s);
     QVERIFY(pane->height() >= 200 && pane->height() <= 400);
+    QTRY_VERIFY(pane->mapToScene(QPointF(0, pane->height())).y() <= 600);
     QQuickItem *const text = m_screens->element(QAccessible::StaticText, u"输出"_s);
     QTRY_VERIFY(text->property("text").toString().endsWith(u"第 1999 行\n"_s));
     QVERIFY(text->property("text").toString().startsWith(u"...\n"_s));
