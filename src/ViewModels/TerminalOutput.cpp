@@ -6,8 +6,12 @@
 #include <QString>
 
 using namespace std::chrono_literals;
+using std::chrono::milliseconds;
 
 namespace {
+
+/// Counted from one refresh to the next, so that steady output is drawn at a steady pace.
+constexpr auto refreshInterval = 16ms;
 
 constexpr qsizetype shownCharacters = 6000;
 constexpr qsizetype progressScanCharacters = 400;
@@ -74,7 +78,6 @@ TerminalOutput::TerminalOutput(QObject *parent)
 {
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setTimerType(Qt::PreciseTimer);
-    m_refreshTimer.setInterval(16ms);
     connect(&m_refreshTimer, &QTimer::timeout, this, &TerminalOutput::refresh);
     refresh();
 }
@@ -89,7 +92,7 @@ void TerminalOutput::append(QUtf8StringView text)
     if (wasEmpty)
         Q_EMIT isEmptyChanged();
     if (!m_refreshTimer.isActive())
-        m_refreshTimer.start();
+        m_refreshTimer.start(std::max(0ms, refreshInterval - milliseconds(m_sinceRefresh.elapsed())));
 }
 
 void TerminalOutput::clear()
@@ -104,6 +107,7 @@ void TerminalOutput::clear()
 
 void TerminalOutput::refresh()
 {
+    m_sinceRefresh.start();
     if (isEmpty()) {
         m_displayText = QStringLiteral("等待输出...");
         m_progress.reset();

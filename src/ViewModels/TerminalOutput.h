@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <QUtf8StringView>
@@ -49,6 +50,7 @@ private:
     QString m_displayText;
     std::optional<double> m_progress;
     QTimer m_refreshTimer;
+    QElapsedTimer m_sinceRefresh;
 };
 
 /// The fraction told by the last line of curl's progress meter among the last 400 characters of
