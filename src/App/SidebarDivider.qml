@@ -1,6 +1,6 @@
 import QtQuick
 
-/// The line at the sidebar's edge; dragging it, or the arrow keys, change the sidebar's width.
+/// The line at the sidebar's edge; dragging it changes the sidebar's width.
 Item {
     id: divider
 

@@ -13,7 +13,10 @@ std::size_t sequenceLength(unsigned char leadByte)
     return leadByte >= 0xC0 ? 2 : 1;
 }
 
-bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+bool isContinuation(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
 
 } // namespace
 

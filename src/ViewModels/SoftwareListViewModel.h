@@ -61,9 +61,9 @@ public:
 
     /// Loads the catalog from the server, else from the application's resources, else the built-in
     /// one; merges it into the list; then refreshes status, versions and configuration marks.
-    Q_INVOKABLE QCoro::Task<> loadData();
-    Q_INVOKABLE QCoro::Task<> detectAllStatus();
-    Q_INVOKABLE QCoro::Task<> detectLocalVersions();
+    QCoro::Task<> loadData();
+    QCoro::Task<> detectAllStatus();
+    QCoro::Task<> detectLocalVersions();
     void checkConfigStatus();
 
     const QList<AISoftware *> &softwareList() const;
@@ -78,20 +78,20 @@ public:
 
     // Operations: end with the status, errorMessage and terminalOutput saying how it went.
 
-    Q_INVOKABLE QCoro::Task<> install(AISoftware *software);
-    Q_INVOKABLE QCoro::Task<> upgrade(AISoftware *software);
-    Q_INVOKABLE QCoro::Task<> uninstall(AISoftware *software);
-    Q_INVOKABLE QCoro::Task<> start(AISoftware *software);
-    Q_INVOKABLE QCoro::Task<> stop(AISoftware *software);
+    QCoro::Task<> install(AISoftware *software);
+    QCoro::Task<> upgrade(AISoftware *software);
+    QCoro::Task<> uninstall(AISoftware *software);
+    QCoro::Task<> start(AISoftware *software);
+    QCoro::Task<> stop(AISoftware *software);
     Q_INVOKABLE void cancelInstall(AISoftware *software);
 
     // Agents
 
     /// Runs the configuration command line with the account's cloud API credentials in its
     /// environment.
-    Q_INVOKABLE QCoro::Task<> configure(AISoftware *software);
+    QCoro::Task<> configure(AISoftware *software);
     /// Starts the OpenClaw gateway and returns at once; its output goes on into terminalOutput.
-    Q_INVOKABLE QCoro::Task<> openChat(AISoftware *software);
+    QCoro::Task<> openChat(AISoftware *software);
 
     // State
 
