@@ -17,6 +17,7 @@ class AISoftware : public QObject
     Q_PROPERTY(QString categoryName READ categoryName NOTIFY catalogChanged)
     Q_PROPERTY(QString iconName MEMBER iconName NOTIFY catalogChanged)
     Q_PROPERTY(QString iconURL MEMBER iconURL NOTIFY catalogChanged)
+    Q_PROPERTY(QString configCommand MEMBER configCommand NOTIFY catalogChanged)
     Q_PROPERTY(QString latestVersion MEMBER latestVersion NOTIFY catalogChanged)
     Q_PROPERTY(QString homepageURL MEMBER homepageURL NOTIFY catalogChanged)
     Q_PROPERTY(QStringList dependencies MEMBER dependencies NOTIFY catalogChanged)

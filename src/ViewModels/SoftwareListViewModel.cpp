@@ -7,13 +7,9 @@
 #include "Services/SoftwareDetectionService.h"
 #include "Services/SoftwareMonitorService.h"
 #include "Services/SoftwareStore.h"
-#include "Utilities/Deployment.h"
 
-#include <QCoroTimer>
 #include <QFileInfo>
 #include <QLocale>
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -31,26 +27,6 @@ QString versionCommand(const QString &softwareId)
         {QStringLiteral("hermes"), QStringLiteral("hermes version")},
     };
     return commands.value(softwareId);
-}
-
-// What else a status reported by the install service changes.
-
-void rememberInstallation(AISoftware &software)
-{
-    if (software.status() == SoftwareStatus::Installed)
-        software.setInstalledAt(QDateTime::currentDateTime());
-}
-
-void takeOfferedVersion(AISoftware &software)
-{
-    if (software.status() == SoftwareStatus::Installed)
-        software.setVersion(software.latestVersion);
-}
-
-void forgetInstallation(AISoftware &software)
-{
-    if (software.status() == SoftwareStatus::NotInstalled)
-        software.setInstalledAt({});
 }
 
 bool matches(const AISoftware &software, const QString &searchText)
@@ -183,170 +159,6 @@ bool SoftwareListViewModel::hasUpgrade(AISoftware *software) const
         && !software->version().contains(software->latestVersion);
 }
 
-bool SoftwareListViewModel::hasConfigCommand(AISoftware *software) const
-{
-    const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(m_catalog, software->id());
-    return entry && !entry->configCommand.isEmpty();
-}
-
-QCoro::Task<> SoftwareListViewModel::install(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwarePointer target(software);
-    co_await operate(target, &SoftwareInstallService::install, rememberInstallation);
-    if (self)
-        co_await finishInstall(target);
-}
-
-QCoro::Task<> SoftwareListViewModel::upgrade(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwarePointer target(software);
-    co_await operate(target, &SoftwareInstallService::upgrade, takeOfferedVersion);
-    if (self)
-        co_await finishInstall(target);
-}
-
-QCoro::Task<> SoftwareListViewModel::uninstall(AISoftware *software)
-{
-    const QPointer self(this);
-    co_await operate(software, &SoftwareInstallService::uninstall, forgetInstallation);
-    if (self)
-        checkConfigStatus();
-}
-
-QCoro::Task<> SoftwareListViewModel::operate(SoftwarePointer software, Operation operation, StatusRule rule)
-{
-    const QPointer self(this);
-    const int number = beginOperation();
-    const SoftwareInstallService::StatusHandler onStatusChange = [self, software, number,
-                                                                  rule](SoftwareStatus::Value status) {
-        if (!self || !software || !self->isCurrent(number))
-            return;
-        software->setStatus(status);
-        rule(*software);
-        self->m_services.store.save(*software);
-    };
-    const OutputHandler onOutput = outputHandler();
-    // Called apart from the co_await, inside which g++ 12 takes a wrong object for a member pointer.
-    const auto running =
-        std::invoke(operation, m_services.installer, software->id(), m_catalog, onOutput, onStatusChange);
-    const auto outcome = co_await running;
-    if (!self)
-        co_return;
-    if (!outcome)
-        setErrorMessage(outcome.error().description());
-    endOperation(number);
-}
-
-QCoro::Task<> SoftwareListViewModel::finishInstall(SoftwarePointer software)
-{
-    const QPointer self(this);
-    if (!software || software->status() != SoftwareStatus::Installed)
-        co_return;
-    co_await detectLocalVersions();
-    if (!self || !software || software->id() != openClaw || software->status() != SoftwareStatus::Installed
-        || !m_errorMessage.isEmpty())
-        co_return;
-    const auto discard = [](QUtf8StringView) { };
-    co_await m_services.installer.shell().runWithStreaming(
-        QStringLiteral("pkill -f openclaw-gateway 2>/dev/null; pkill -x openclaw 2>/dev/null; sleep 1"), discard);
-    if (self && software)
-        co_await openChat(software);
-}
-
-QCoro::Task<> SoftwareListViewModel::start(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwarePointer target(software);
-    m_terminalOutput.clear();
-    const auto outcome = m_services.installer.start(software->id(), m_catalog, outputHandler());
-    if (!outcome) {
-        setErrorMessage(outcome.error().description());
-        co_return;
-    }
-    // The program needs a moment before it can be called running.
-    QTimer pause;
-    pause.setSingleShot(true);
-    pause.start(2s);
-    co_await pause;
-    if (!self || !target)
-        co_return;
-    target->setStatus(SoftwareStatus::Running);
-    m_services.store.save(*target);
-}
-
-QCoro::Task<> SoftwareListViewModel::stop(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwarePointer target(software);
-    m_terminalOutput.clear();
-    const auto outcome = co_await m_services.installer.stop(software->id(), m_catalog, outputHandler());
-    if (!self || !target)
-        co_return;
-    if (!outcome) {
-        setErrorMessage(outcome.error().description());
-        co_return;
-    }
-    target->setStatus(SoftwareStatus::Stopped);
-    m_services.store.save(*target);
-}
-
-void SoftwareListViewModel::cancelInstall(AISoftware *software)
-{
-    auto &process = m_services.installer.shell().currentStreamingProcess;
-    if (process)
-        process->terminate();
-    process = nullptr;
-    software->setStatus(SoftwareStatus::NotInstalled);
-    m_services.store.save(*software);
-    setIsOperating(false);
-    print(QStringLiteral("\n⚠️ 已取消\n"));
-}
-
-QCoro::Task<> SoftwareListViewModel::configure(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(m_catalog, software->id());
-    if (!entry || entry->configCommand.isEmpty()) {
-        setErrorMessage(QStringLiteral("该软件没有配置命令"));
-        co_return;
-    }
-    const int operation = beginOperation();
-    const QString commandLine = credentialPrefix() + entry->configCommand;
-    print(QStringLiteral(">>> 执行配置 (已注入 API 凭据)\n"));
-    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(commandLine, outputHandler());
-    if (!self)
-        co_return;
-    if (!exitCode) {
-        print(QStringLiteral("❌ 执行失败: %1\n").arg(exitCode.error().description));
-        setErrorMessage(exitCode.error().description);
-    } else if (*exitCode != 0) {
-        print(QStringLiteral("\n❌ 配置失败 (exit code: %1)\n").arg(*exitCode));
-        setErrorMessage(QStringLiteral("配置脚本执行失败"));
-    } else {
-        print(QStringLiteral("\n✅ 配置完成\n"));
-        checkConfigStatus();
-    }
-    endOperation(operation);
-}
-
-QString SoftwareListViewModel::credentialPrefix() const
-{
-    const QString key = m_services.keychain.get(QStringLiteral("user_api_key")).value_or(QString());
-    return QStringLiteral("export QUENDA_API_KEY='") + key + QStringLiteral("' QUENDA_API_URL='")
-        + Deployment::cloudAPIOrigin() + QStringLiteral("/v1' && ");
-}
-
-QCoro::Task<> SoftwareListViewModel::openChat(AISoftware *)
-{
-    m_terminalOutput.clear();
-    print(QStringLiteral(">>> 启动 OpenClaw Gateway...\n"));
-    // The gateway runs on; how it ends is nobody's concern here.
-    m_services.installer.shell().runWithStreaming(QStringLiteral("~/.openclaw/bin/openclaw gateway"), outputHandler());
-    co_return;
-}
-
 void SoftwareListViewModel::setSelectedSoftware(AISoftware *software)
 {
     if (m_selectedSoftware == software)
@@ -379,33 +191,6 @@ void SoftwareListViewModel::setShowUserSwitchedAlert(bool show)
         return;
     m_showUserSwitchedAlert = show;
     Q_EMIT showUserSwitchedAlertChanged();
-}
-
-int SoftwareListViewModel::beginOperation()
-{
-    setIsOperating(true);
-    m_terminalOutput.clear();
-    setErrorMessage({});
-    return ++m_operation;
-}
-
-void SoftwareListViewModel::endOperation(int operation)
-{
-    if (isCurrent(operation))
-        setIsOperating(false);
-}
-
-OutputHandler SoftwareListViewModel::outputHandler()
-{
-    return [self = QPointer(this)](QUtf8StringView text) {
-        if (self)
-            self->m_terminalOutput.append(text);
-    };
-}
-
-void SoftwareListViewModel::print(const QString &text)
-{
-    m_terminalOutput.append(QUtf8StringView(text.toUtf8()));
 }
 
 void SoftwareListViewModel::setErrorMessage(const QString &message)

@@ -73,8 +73,6 @@ public:
 
     /// The catalog offers a version that the local version text does not contain.
     Q_INVOKABLE bool hasUpgrade(AISoftware *software) const;
-    /// The software's catalog entry has a configuration command line.
-    Q_INVOKABLE bool hasConfigCommand(AISoftware *software) const;
 
     // Operations: end with the status, errorMessage and terminalOutput saying how it went.
 

@@ -70,13 +70,16 @@ Rectangle {
             followsEnd = false;
         }
 
-        /// Glides over what fits into the view; further away it jumps.
+        /// Glides over what fits into the view; further away, or while more comes than a glide takes,
+        /// it jumps.
         function scrollToEnd() {
-            followAnimation.stop();
-            if (end - contentY > height)
+            if (followAnimation.running || end - contentY > height) {
+                followAnimation.stop();
                 contentY = end;
-            followAnimation.to = end;
-            followAnimation.start();
+            } else {
+                followAnimation.to = end;
+                followAnimation.start();
+            }
         }
 
         NumberAnimation {

@@ -79,7 +79,7 @@ Flow {
         symbol: actions.isConfigured ? "checkmark.seal.fill" : "gear"
         symbolColor: actions.isConfigured ? Theme.green : foreground
         text: actions.isConfigured ? "已配置" : "配置"
-        visible: actions.viewModel.hasConfigCommand(actions.software)
+        visible: actions.software.configCommand !== ""
         onClicked: actions.isConfigured ? actions.alerts.showReconfigure() : actions.viewModel.configure(actions.software)
     }
     PushButton {
