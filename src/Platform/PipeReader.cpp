@@ -10,7 +10,8 @@ namespace {
 
 constexpr qsizetype bufferSize = 256 * 1024;
 constexpr qsizetype bytesPerWake = 16 * bufferSize;
-constexpr qsizetype smallRead = 4 * 1024;
+constexpr qsizetype smallRead = 32 * 1024;
+constexpr qsizetype largeRead = 512 * 1024;
 constexpr int smallReadsBeforePausing = 3;
 
 std::span<char> sharedBuffer()
@@ -48,7 +49,8 @@ void PipeReader::read()
 
 void PipeReader::adaptTo(qsizetype bytesThisTime)
 {
-    if (bytesThisTime == 0 || bytesThisTime > smallRead * 16)
+    // A pause ends the rhythm only when it brought nothing, or so much that the writer had to wait.
+    if (bytesThisTime == 0 || bytesThisTime >= largeRead)
         m_smallReads = 0;
     else if (bytesThisTime <= smallRead)
         ++m_smallReads;
@@ -67,6 +69,9 @@ PipeReader::Outcome PipeReader::readUpTo(qsizetype limit)
             m_bytesRead += count;
             limit -= count;
             m_consumer(buffer.first(size_t(count)));
+            // The pipe was empty but for that; asking on would chase the writer line by line.
+            if (count <= smallRead)
+                return Outcome::Empty;
         } else if (count == 0) {
             return Outcome::End;
         } else if (errno != EINTR) {
