@@ -97,16 +97,16 @@ private:
 } // namespace
 
 std::expected<std::shared_ptr<ChildProcess>, std::error_code> ChildProcess::start(const Command &command, Ending ending,
-                                                                                  Consumers consumers)
+                                                                                  PipeSink &output, PipeSink &error)
 {
-    auto output = makePipe();
-    if (!output)
-        return std::unexpected(output.error());
-    auto error = makePipe();
-    if (!error)
-        return std::unexpected(error.error());
+    auto outputPipe = makePipe();
+    if (!outputPipe)
+        return std::unexpected(outputPipe.error());
+    auto errorPipe = makePipe();
+    if (!errorPipe)
+        return std::unexpected(errorPipe.error());
 
-    const auto pid = SpawnPlan(*output, *error).run(command);
+    const auto pid = SpawnPlan(*outputPipe, *errorPipe).run(command);
     if (!pid)
         return std::unexpected(pid.error());
     FileDescriptor exitHandle(pidfd_open(*pid, 0));
@@ -120,7 +120,7 @@ std::expected<std::shared_ptr<ChildProcess>, std::error_code> ChildProcess::star
     // Deleted from the event loop: the last owner may let go inside one of the child's own signals.
     std::shared_ptr<ChildProcess> child(new ChildProcess(*pid, std::move(exitHandle), ending),
                                         [](ChildProcess *object) { object->deleteLater(); });
-    child->attach(std::move(output->readingEnd), std::move(error->readingEnd), std::move(consumers));
+    child->read(std::move(outputPipe->readingEnd), output, std::move(errorPipe->readingEnd), error);
     return child;
 }
 
@@ -148,10 +148,10 @@ ChildProcess::~ChildProcess()
     });
 }
 
-void ChildProcess::attach(FileDescriptor output, FileDescriptor error, Consumers consumers)
+void ChildProcess::read(FileDescriptor outputPipe, PipeSink &output, FileDescriptor errorPipe, PipeSink &error)
 {
-    m_output = std::make_unique<PipeReader>(std::move(output), std::move(consumers.output));
-    m_error = std::make_unique<PipeReader>(std::move(error), std::move(consumers.error));
+    m_output = std::make_unique<PipeReader>(std::move(outputPipe), output);
+    m_error = std::make_unique<PipeReader>(std::move(errorPipe), error);
     connect(m_output.get(), &PipeReader::ended, this, &ChildProcess::finishIfOver);
     connect(m_error.get(), &PipeReader::ended, this, &ChildProcess::finishIfOver);
 }

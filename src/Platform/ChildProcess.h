@@ -29,14 +29,10 @@ public:
         AtEndOfFile, ///< when the child has exited and both pipes are closed by all their writers
     };
 
-    struct Consumers {
-        PipeReader::Consumer output;
-        PipeReader::Consumer error;
-    };
-
     /// Fails with the system's error when the process cannot be started; nothing was run then.
+    /// The sinks must live until finished().
     static std::expected<std::shared_ptr<ChildProcess>, std::error_code> start(const Command &command, Ending ending,
-                                                                               Consumers consumers);
+                                                                               PipeSink &output, PipeSink &error);
 
     /// Dropping a running child neither ends it nor delivers more of its output, and reaps it
     /// when it ends.
@@ -59,7 +55,7 @@ Q_SIGNALS:
 private:
     ChildProcess(pid_t pid, FileDescriptor exitHandle, Ending ending);
 
-    void attach(FileDescriptor output, FileDescriptor error, Consumers consumers);
+    void read(FileDescriptor outputPipe, PipeSink &output, FileDescriptor errorPipe, PipeSink &error);
     QCoro::Task<> endSession();
     void reap();
     void finishIfOver();

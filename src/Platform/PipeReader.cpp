@@ -1,6 +1,5 @@
 #include "PipeReader.h"
 
-#include <array>
 #include <cerrno>
 #include <sys/ioctl.h>
 
@@ -8,25 +7,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr qsizetype bufferSize = 256 * 1024;
-constexpr qsizetype bytesPerWake = 16 * bufferSize;
+constexpr qsizetype bytesPerWake = 4 * 1024 * 1024;
 constexpr qsizetype smallRead = 32 * 1024;
 constexpr qsizetype largeRead = 512 * 1024;
 constexpr int smallReadsBeforePausing = 3;
 
-std::span<char> sharedBuffer()
-{
-    // One buffer serves all pipes: they are read on the interface thread only, one at a time.
-    static std::array<char, bufferSize> buffer;
-    return buffer;
-}
-
 } // namespace
 
-PipeReader::PipeReader(FileDescriptor pipe, Consumer consumer, QObject *parent)
+PipeReader::PipeReader(FileDescriptor pipe, PipeSink &sink, QObject *parent)
     : QObject(parent)
     , m_pipe(std::move(pipe))
-    , m_consumer(std::move(consumer))
+    , m_sink(sink)
     , m_notifier(m_pipe.get(), QSocketNotifier::Read)
 {
     m_pause.setSingleShot(true);
@@ -62,13 +53,13 @@ void PipeReader::adaptTo(qsizetype bytesThisTime)
 
 PipeReader::Outcome PipeReader::readUpTo(qsizetype limit)
 {
-    const auto buffer = sharedBuffer();
     while (limit > 0) {
-        const ssize_t count = ::read(m_pipe.get(), buffer.data(), size_t(std::min(limit, bufferSize)));
+        const auto room = m_sink.room();
+        const ssize_t count = ::read(m_pipe.get(), room.data(), std::min(size_t(limit), room.size()));
         if (count > 0) {
             m_bytesRead += count;
             limit -= count;
-            m_consumer(buffer.first(size_t(count)));
+            m_sink.received(count);
             // The pipe was empty but for that; asking on would chase the writer line by line.
             if (count <= smallRead)
                 return Outcome::Empty;

@@ -5,8 +5,20 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <QTimer>
-#include <functional>
 #include <span>
+
+/// Where the bytes of a pipe go.
+class PipeSink
+{
+public:
+    virtual ~PipeSink() = default;
+
+    /// Where the next bytes shall be written; never empty, valid until received() or the next call.
+    virtual std::span<char> room() = 0;
+
+    /// The first `count` bytes of room() were written.
+    virtual void received(qsizetype count) = 0;
+};
 
 /// Reads a pipe from the event loop without falling behind a fast writer and without waking for
 /// every line of a slow one: after a few small reads it looks only every 2 ms.
@@ -15,11 +27,8 @@ class PipeReader : public QObject
     Q_OBJECT
 
 public:
-    /// Called with what one read gave, up to 256 KiB; the bytes are valid during the call only.
-    using Consumer = std::function<void(std::span<const char>)>;
-
-    /// Takes over the non-blocking reading end `pipe`.
-    PipeReader(FileDescriptor pipe, Consumer consumer, QObject *parent = nullptr);
+    /// Takes over the non-blocking reading end `pipe`. The sink must live until the end.
+    PipeReader(FileDescriptor pipe, PipeSink &sink, QObject *parent = nullptr);
 
     bool isAtEnd() const { return !m_pipe; }
 
@@ -39,7 +48,7 @@ private:
     void close();
 
     FileDescriptor m_pipe;
-    Consumer m_consumer;
+    PipeSink &m_sink;
     QSocketNotifier m_notifier;
     QTimer m_pause;
     qsizetype m_bytesRead = 0;

@@ -6,7 +6,7 @@
 
 #include <QCoroSignal>
 #include <QFile>
-#include <simdjson.h>
+#include <array>
 #include <unistd.h>
 
 namespace {
@@ -49,22 +49,27 @@ QByteArrayList assignments(const ShellService::Environment &environment)
     return list;
 }
 
-PipeReader::Consumer appendTo(QByteArray &bytes)
+/// Gives the text of a pipe to an output handler.
+class StreamedText : public PipeSink
 {
-    return [&bytes](std::span<const char> piece) { bytes.append(piece.data(), qsizetype(piece.size())); };
-}
+public:
+    explicit StreamedText(const OutputHandler &onOutput)
+        : m_stream(onOutput)
+    {
+    }
 
-PipeReader::Consumer passOn(const OutputHandler &onOutput)
-{
-    return [stream = UTF8Stream(onOutput)](std::span<const char> piece) mutable { stream.feed(piece); };
-}
+    std::span<char> room() override
+    {
+        // One buffer serves all pipes: they are read on the interface thread only, one at a time.
+        static std::array<char, 256 * 1024> buffer;
+        return buffer;
+    }
 
-QByteArray trimmedIfUTF8(QByteArray bytes)
-{
-    if (!simdjson::validate_utf8(bytes.constData(), std::size_t(bytes.size())))
-        return {};
-    return std::move(bytes).trimmed();
-}
+    void received(qsizetype count) override { m_stream.feed(room().first(size_t(count))); }
+
+private:
+    UTF8Stream m_stream;
+};
 
 } // namespace
 
@@ -103,13 +108,13 @@ ShellService::Environment ShellService::buildEnvironment() const
 }
 
 std::expected<std::shared_ptr<ChildProcess>, ShellError>
-ShellService::start(const QString &commandLine, ChildProcess::Ending ending, ChildProcess::Consumers consumers) const
+ShellService::start(const QString &commandLine, ChildProcess::Ending ending, PipeSink &output, PipeSink &error) const
 {
     const QByteArray line = commandLine.toUtf8();
     if (const QString reason = objection(line); !reason.isEmpty())
         return std::unexpected(ShellError{reason});
     const ChildProcess::Command command{m_shell, {"-l", "-c", line}, assignments(buildEnvironment())};
-    auto child = ChildProcess::start(command, ending, std::move(consumers));
+    auto child = ChildProcess::start(command, ending, output, error);
     if (!child)
         return std::unexpected(ShellError{describe(m_shell, child.error())});
     return std::move(*child);
@@ -118,18 +123,20 @@ ShellService::start(const QString &commandLine, ChildProcess::Ending ending, Chi
 QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::run(QString commandLine)
 {
     const auto turn = co_await m_collectedRuns.lock();
-    QByteArray output;
-    QByteArray errorOutput;
-    const auto child = start(commandLine, ChildProcess::Ending::AtEndOfFile, {appendTo(output), appendTo(errorOutput)});
+    CollectedText output;
+    CollectedText errorOutput;
+    const auto child = start(commandLine, ChildProcess::Ending::AtEndOfFile, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
     const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
-    co_return ShellResult{exitCode, trimmedIfUTF8(std::move(output)), trimmedIfUTF8(std::move(errorOutput))};
+    co_return ShellResult{exitCode, std::move(output), std::move(errorOutput)};
 }
 
 QCoro::Task<std::expected<int, ShellError>> ShellService::runWithStreaming(QString commandLine, OutputHandler onOutput)
 {
-    const auto child = start(commandLine, ChildProcess::Ending::AtExit, {passOn(onOutput), passOn(onOutput)});
+    StreamedText output(onOutput);
+    StreamedText errorOutput(onOutput);
+    const auto child = start(commandLine, ChildProcess::Ending::AtExit, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
     currentStreamingProcess = *child;

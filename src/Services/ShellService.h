@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/ChildProcess.h"
+#include "Platform/CollectedText.h"
 
 #include <QCoroTask>
 #include <QMap>
@@ -14,8 +15,8 @@
 /// What a collected run came to.
 struct ShellResult {
     int exitCode = 0;
-    QByteArray output; ///< UTF-8, trimmed; empty when the bytes were not UTF-8
-    QByteArray errorOutput; ///< the same of standard error
+    CollectedText output;
+    CollectedText errorOutput;
 };
 
 /// A command line that could not be started: a Chinese sentence saying why. Nothing was run.
@@ -57,7 +58,7 @@ public:
 
 private:
     std::expected<std::shared_ptr<ChildProcess>, ShellError>
-    start(const QString &commandLine, ChildProcess::Ending ending, ChildProcess::Consumers consumers) const;
+    start(const QString &commandLine, ChildProcess::Ending ending, PipeSink &output, PipeSink &error) const;
 
     const QByteArray m_home;
     const QByteArray m_zshFolder;

@@ -163,6 +163,6 @@ SoftwareInstallService::Outcome SoftwareInstallService::stop(QString softwareId,
     if (result->exitCode == 0)
         report(onOutput, QStringLiteral("✅ 已停止\n"));
     else
-        report(onOutput, QStringLiteral("⚠️ 停止命令执行完毕: %1\n").arg(QString::fromUtf8(result->errorOutput)));
+        report(onOutput, QStringLiteral("⚠️ 停止命令执行完毕: %1\n").arg(result->errorOutput.toString()));
     co_return std::expected<void, InstallError>();
 }

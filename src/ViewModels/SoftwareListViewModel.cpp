@@ -115,7 +115,7 @@ QCoro::Task<> SoftwareListViewModel::detectLocalVersions()
             co_return;
         if (!software || !result || result->exitCode != 0 || result->output.isEmpty())
             continue;
-        software->setVersion(QString::fromUtf8(result->output));
+        software->setVersion(result->output.toString());
         m_services.store.save(*software);
     }
 }

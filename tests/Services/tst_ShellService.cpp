@@ -76,6 +76,9 @@ void tst_ShellService::collectedRun_data()
         << "x=$(echo a b | wc -w) && echo ${x// /}" << 0 << QByteArray("2") << QByteArray();
     QTest::newRow("ended by a signal") << "kill -TERM $$" << 128 + SIGTERM << QByteArray() << QByteArray();
     QTest::newRow("not UTF-8") << "printf 'a\\377b'; printf '中文' >&2" << 0 << QByteArray() << QByteArray("中文");
+    QTest::newRow("ends within a character") << "printf '中文\\344\\270'" << 0 << QByteArray() << QByteArray();
+    QTest::newRow("not UTF-8 early in much output")
+        << "printf '\\377'; head -c 3000000 /dev/zero | tr '\\0' o" << 0 << QByteArray() << QByteArray();
     QTest::newRow("pipes closed before the exit")
         << "exec >&- 2>&-; sleep 0.1; exit 7" << 7 << QByteArray() << QByteArray();
     QTest::newRow("more than the pipes hold on both")
@@ -90,8 +93,8 @@ void tst_ShellService::collectedRun()
     const auto result = QCoro::waitFor(scratch.shell.run(commandLine));
     QVERIFY(result);
     QTEST(result->exitCode, "exitCode");
-    QTEST(result->output, "output");
-    QTEST(result->errorOutput, "errorOutput");
+    QTEST(result->output.utf8().toByteArray(), "output");
+    QTEST(result->errorOutput.utf8().toByteArray(), "errorOutput");
 }
 
 void tst_ShellService::lineThatCannotBeStarted_data()
@@ -145,7 +148,8 @@ void tst_ShellService::environmentOfEveryRun()
     const QByteArray home = scratch.home.path().toUtf8();
     const QByteArray path =
         "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin:" + inherited;
-    QCOMPARE(result->output.split('\n'), QByteArrayList({"en_US.UTF-8", home, home, "passes through", "unset", path}));
+    QCOMPARE(result->output.utf8().toByteArray().split('\n'),
+             QByteArrayList({"en_US.UTF-8", home, home, "passes through", "unset", path}));
 
     qunsetenv("PATH");
     QCOMPARE(scratch.shell.buildEnvironment()["PATH"],
@@ -161,12 +165,12 @@ void tst_ShellService::usersOwnZshFilesAreRead()
     scratch.write(QStringLiteral("elsewhere/.zprofile"), "export FROM_ELSEWHERE=3\n");
     const QString line =
         QStringLiteral("echo $FROM_ZSHENV $FROM_ZPROFILE $FROM_ELSEWHERE ${VAELIX_USER_ZDOTDIR-unset}");
-    QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output, "1 2 unset");
+    QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output.utf8(), "1 2 unset");
 
     qputenv("ZDOTDIR", scratch.path(QStringLiteral("elsewhere")).toUtf8());
     const auto result = QCoro::waitFor(scratch.shell.run(line));
     qunsetenv("ZDOTDIR");
-    QCOMPARE(result->output, "3 unset");
+    QCOMPARE(result->output.utf8(), "3 unset");
 }
 
 void tst_ShellService::collectedRunsNeverOverlap()
@@ -178,7 +182,7 @@ void tst_ShellService::collectedRunsNeverOverlap()
     for (int run = 0; run < 6; ++run)
         runs.push_back(scratch.shell.run(line));
     for (auto &run : runs)
-        QCOMPARE(QCoro::waitFor(std::move(run))->output, "alone");
+        QCOMPARE(QCoro::waitFor(std::move(run))->output.utf8(), "alone");
 }
 
 void tst_ShellService::collectedRunWaitsForGrandchildHoldingThePipe()
@@ -186,7 +190,7 @@ void tst_ShellService::collectedRunWaitsForGrandchildHoldingThePipe()
     Scratch scratch;
     const auto result = QCoro::waitFor(scratch.shell.run(QStringLiteral("(sleep 0.3; echo late) & echo early")));
     QCOMPARE(result->exitCode, 0);
-    QCOMPARE(result->output, "early\nlate");
+    QCOMPARE(result->output.utf8(), "early\nlate");
 }
 
 void tst_ShellService::streamedRun_data()
@@ -314,7 +318,7 @@ void tst_ShellService::killByPatternSparesItsOwnShell()
 {
     Scratch scratch;
     const QString line = QStringLiteral("pkill -f 'vaelix-test-no-such-gateway'; echo \"status $?, still here\"");
-    QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output, "status 1, still here");
+    QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output.utf8(), "status 1, still here");
 }
 
 void tst_ShellService::windowStaysAliveWhileProfileSleeps()
@@ -325,7 +329,8 @@ void tst_ShellService::windowStaysAliveWhileProfileSleeps()
     QTimer ticks;
     connect(&ticks, &QTimer::timeout, this, [&turns] { ++turns; });
     ticks.start(10ms);
-    QCOMPARE(QCoro::waitFor(scratch.shell.run(QStringLiteral("echo done")))->output, "Welcome to this machine\ndone");
+    QCOMPARE(QCoro::waitFor(scratch.shell.run(QStringLiteral("echo done")))->output.utf8(),
+             "Welcome to this machine\ndone");
     QCOMPARE_GE(turns, 50);
 }
 

@@ -26,8 +26,8 @@ const Program flood{
 
 bool isAsExpected(const ShellResult &result, const Program &program)
 {
-    return result.exitCode == program.exitCode && result.output == program.output
-        && result.errorOutput == program.errorOutput;
+    return result.exitCode == program.exitCode && result.output.utf8() == program.output
+        && result.errorOutput.utf8() == program.errorOutput;
 }
 
 /// Resident memory of this process in bytes.
