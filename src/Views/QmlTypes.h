@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Appearance.h"
+#include "Services/AuthService.h"
 #include "ViewModels/SoftwareListViewModel.h"
 
 #include <QtQml/qqml.h>
@@ -24,6 +25,13 @@ struct AppearanceType {
 
 public:
     static Appearance *create(QQmlEngine *, QJSEngine *);
+};
+
+struct AuthServiceType {
+    Q_GADGET
+    QML_FOREIGN(AuthService)
+    QML_NAMED_ELEMENT(AuthService)
+    QML_UNCREATABLE("There is one, which the application hands to its window.")
 };
 
 // Made known by its heir ScreenViewModel, which adds what QML can call.
