@@ -1,5 +1,7 @@
 #include "Control.h"
 
+#include "Login.h"
+
 #include <expected>
 #include <limits>
 
@@ -77,12 +79,45 @@ std::expected<FaultOrder, QString> readFaultOrder(const QByteArray &body)
     return order;
 }
 
+/// The text under a key of an object; nothing in every other case.
+std::optional<std::string> textOf(const JSON &object, const char *key)
+{
+    if (!object.is_object() || !object.contains(key) || !object[key].is_string())
+        return {};
+    return object[key].get<std::string>();
+}
+
 Response switchFaultOn(const QByteArray &body, FaultTable &faults)
 {
     const auto order = readFaultOrder(body);
     if (!order)
         return failure(400, order.error());
     faults.set(order->method, order->path, order->fault, order->times);
+    return success(nullptr);
+}
+
+Response setLoginEnding(const QByteArray &body, ServerState &state)
+{
+    const JSON order = JSON::parse(body.begin(), body.end(), nullptr, false);
+    const auto ending = loginEndingNamed(textOf(order, "ending").value_or(std::string()));
+    if (!ending || order.size() != 1)
+        return failure(400, QStringLiteral("键 ending 缺失或取值不对，或另有未知的键"));
+    state.loginEnding = *ending;
+    return success(nullptr);
+}
+
+Response endTokens(const QByteArray &body, ServerState &state)
+{
+    const JSON order = JSON::parse(body.begin(), body.end(), nullptr, false);
+    const auto action = textOf(order, "action");
+    const auto userId = textOf(order, "userId");
+    const bool isWhole = order.size() == (userId ? 2 : 1);
+    if (!isWhole || (action != "expire" && action != "revoke"))
+        return failure(400, QStringLiteral("键 action 缺失或取值不对，或另有未知的键"));
+    const QString user = QString::fromStdString(userId.value_or(std::string()));
+    if (userId && !state.accounts.withId(user))
+        return failure(404, QStringLiteral("没有这个账户：%1").arg(user));
+    action == "expire" ? state.accounts.expireTokens(user) : state.accounts.revokeTokens(user);
     return success(nullptr);
 }
 
@@ -105,7 +140,7 @@ bool isControlPath(QStringView path)
     return path.startsWith(u"/_control/");
 }
 
-Response answerControl(const Request &request, FaultTable &faults, const QList<Request> &recorded)
+Response answerControl(const Request &request, ServerState &state, FaultTable &faults, const QList<Request> &recorded)
 {
     if (request.path == u"/_control/faults" && request.method == "POST")
         return switchFaultOn(request.body, faults);
@@ -113,6 +148,10 @@ Response answerControl(const Request &request, FaultTable &faults, const QList<R
         faults.clear();
         return success(nullptr);
     }
+    if (request.path == u"/_control/login" && request.method == "POST")
+        return setLoginEnding(request.body, state);
+    if (request.path == u"/_control/tokens" && request.method == "POST")
+        return endTokens(request.body, state);
     if (request.path == u"/_control/requests" && request.method == "GET") {
         JSON list = JSON::array();
         for (const Request &each : recorded)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FaultTable.h"
+#include "ServerState.h"
 
 #include <QStringView>
 
@@ -16,6 +17,8 @@ bool isControlPath(QStringView path);
 ///                              "drop" ("beforeAnswer" or "midBody")
 ///   DELETE /_control/faults    switches all faults off
 ///   GET    /_control/requests  lists the recorded requests
-Response answerControl(const Request &request, FaultTable &faults, const QList<Request> &recorded);
+///   POST   /_control/login     {"ending": …} says how logins end: "script", "link", "form", "redirect" or "meta"
+///   POST   /_control/tokens    {"action": …} lets tokens "expire" or does "revoke" them: those of "userId", or all
+Response answerControl(const Request &request, ServerState &state, FaultTable &faults, const QList<Request> &recorded);
 
 } // namespace devserver

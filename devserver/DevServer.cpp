@@ -79,7 +79,7 @@ bool DevServer::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket 
 {
     const Request request = received(httpRequest);
     if (isControlPath(request.path))
-        send(answerControl(request, m_faults, m_requests), Drop::Nowhere, socket);
+        send(answerControl(request, m_state, m_faults, m_requests), Drop::Nowhere, socket);
     else
         answerWithFault(request, socket);
     return true;

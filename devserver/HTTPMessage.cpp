@@ -13,8 +13,11 @@ QByteArray Request::header(QByteArrayView name) const
 
 QByteArray Response::head(qsizetype contentLength) const
 {
-    return "HTTP/1.1 " + QByteArray::number(status) + " \r\nContent-Type: " + contentType
-        + "\r\nContent-Length: " + QByteArray::number(contentLength) + "\r\nConnection: close\r\n\r\n";
+    QByteArray lines = "HTTP/1.1 " + QByteArray::number(status) + " \r\nContent-Type: " + contentType
+        + "\r\nContent-Length: " + QByteArray::number(contentLength) + "\r\nConnection: close\r\n";
+    for (const auto &[name, value] : headers)
+        lines += name + ": " + value + "\r\n";
+    return lines + "\r\n";
 }
 
 Response success(JSON data)

@@ -26,6 +26,7 @@ struct Response {
     int status = 200;
     QByteArray body;
     QByteArray contentType = "application/json; charset=utf-8";
+    QList<QPair<QByteArray, QByteArray>> headers; // further ones; neither names nor values hold line ends
 
     /// Status line and headers. They announce `contentLength` bytes of body and the end of the connection.
     QByteArray head(qsizetype contentLength) const;

@@ -1,5 +1,8 @@
 #include "Routes.h"
 
+#include "Login.h"
+#include "Session.h"
+
 #include <algorithm>
 #include <array>
 
@@ -14,6 +17,12 @@ Response softwareCatalog(ServerState &state, const Request &)
 
 constexpr std::array Routes{
     Route{"GET", u"/api/v1/software/catalog", softwareCatalog},
+    Route{"GET", u"/authorize", answerAuthorize},
+    Route{"POST", u"/authorize/code", answerPhoneCode},
+    Route{"POST", u"/authorize/login", answerLogin},
+    Route{"GET", u"/auth/callback", answerCallback},
+    Route{"GET", u"/auth/verify", answerVerify},
+    Route{"POST", u"/auth/logout", answerLogout},
 };
 
 } // namespace

@@ -9,8 +9,11 @@ namespace devserver {
 /// The application's own software catalog, embedded when the server was built.
 QString embeddedCatalog();
 
-/// The state to start with. The entries of the catalog are taken as they are, right or wrong; the error is a
-/// Chinese sentence saying why the file cannot be read or holds no JSON array.
+/// The accounts embedded when the server was built. The error is a Chinese sentence.
+std::expected<Accounts, QString> embeddedAccounts();
+
+/// The state to start with: the embedded accounts and this catalog. Its entries are taken as they are, right or
+/// wrong; the error is a Chinese sentence saying why the file cannot be read or holds no JSON array.
 std::expected<ServerState, QString> readSeed(const QString &catalogFile);
 
 } // namespace devserver
