@@ -8,6 +8,7 @@ Item {
     id: content
 
     required property string appVersion
+    required property AuthService authService
     /// Given by tests; else the software section makes its own.
     property SoftwareListViewModel softwareViewModel: null
     property NavigationItem selectedItem: dashboard

@@ -1,11 +1,14 @@
 import QtQuick
 import Vaelix
 
-/// The main window.
+/// The main window: the login while nobody is signed in, then the main screen, a new one for each login.
 Window {
     id: mainWindow
 
     required property string appVersion
+    required property AuthService authService
+    /// Where the login page's cookies are kept.
+    required property string webFolder
     property SoftwareListViewModel softwareViewModel: null
 
     width: 1080
@@ -16,9 +19,36 @@ Window {
     title: "Vaelix"
     visible: true
 
-    ContentView {
+    function comeToFront() {
+        show();
+        raise();
+        requestActivate();
+    }
+
+    Connections {
+        target: mainWindow.authService
+
+        function onActivationRequested() { mainWindow.comeToFront(); }
+    }
+    Loader {
+        id: gate
+
+        readonly property bool isOpen: mainWindow.authService.isLoggedIn
+
         anchors.fill: parent
-        appVersion: mainWindow.appVersion
-        softwareViewModel: mainWindow.softwareViewModel
+        focus: true
+        onIsOpenChanged: showScreen()
+        Component.onCompleted: showScreen()
+
+        function showScreen() {
+            if (isOpen)
+                setSource("ContentView.qml", {
+                    appVersion: mainWindow.appVersion,
+                    authService: mainWindow.authService,
+                    softwareViewModel: mainWindow.softwareViewModel
+                });
+            else
+                setSource("LoginView.qml", { authService: mainWindow.authService, webFolder: mainWindow.webFolder });
+        }
     }
 }

@@ -1,6 +1,8 @@
 #include "VaelixApp.h"
 
 #include "Platform/Bundle.h"
+#include "Platform/Folders.h"
+#include "Services/AuthService.h"
 #include "Views/QmlTypes.h"
 
 #include <QDir>
@@ -27,7 +29,9 @@ int VaelixApp::run(int argc, char *argv[])
     QQmlApplicationEngine engine;
     installViews(engine);
     engine.setInitialProperties(
-        {{QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))}});
+        {{QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
+         {QStringLiteral("authService"), QVariant::fromValue(&AuthService::shared())},
+         {QStringLiteral("webFolder"), QString(Folders::user().applicationSupport + QStringLiteral("/Vaelix/Web"))}});
     engine.load(mainWindowUrl);
     return engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
 }

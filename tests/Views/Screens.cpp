@@ -3,6 +3,7 @@
 #include "Views/QmlTypes.h"
 
 #include <QInputMethodEvent>
+#include <QUrlQuery>
 #include <algorithm>
 
 QStringList Screens::warnings;
@@ -16,13 +17,21 @@ static void recordMessage(QtMsgType type, const QMessageLogContext &context, con
     previousHandler(type, context, message);
 }
 
-Screens::Screens()
+static const QString serverOrigin = QStringLiteral("http://127.0.0.1:9");
+
+Screens::Screens(Start start)
+    : auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
+           [this](const QString &name) { endedProcesses.append(name); })
 {
     if (!previousHandler)
         previousHandler = qInstallMessageHandler(recordMessage);
     QAccessible::setActive(true);
     installViews(engine);
+    if (start == Start::SignedIn)
+        signIn(QStringLiteral("测试用户"));
     engine.setInitialProperties({{QStringLiteral("appVersion"), QStringLiteral("1.0.0")},
+                                 {QStringLiteral("authService"), QVariant::fromValue(&auth)},
+                                 {QStringLiteral("webFolder"), scratch.path(QStringLiteral("Web"))},
                                  {QStringLiteral("softwareViewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
     engine.load(mainWindowUrl);
     window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
@@ -30,6 +39,15 @@ Screens::Screens()
     window->requestActivate();
     if (!QTest::qWaitForWindowActive(window))
         qFatal("the window does not become active");
+}
+
+void Screens::signIn(const QString &displayName)
+{
+    QUrl url(QStringLiteral("x-vaelix://auth/callback"));
+    url.setQuery(QUrlQuery{{QStringLiteral("token"), QStringLiteral("t")},
+                  {QStringLiteral("user_id"), QStringLiteral("1")},
+                  {QStringLiteral("display_name"), displayName}});
+    auth.handleCallback(url);
 }
 
 void Screens::openSoftware(const SoftwareCatalog::Entries &entries)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Services/AuthService.h"
 #include "Support/Scratch.h"
 #include "Views/Software/ScreenViewModel.h"
 
@@ -13,8 +14,12 @@
 class Screens
 {
 public:
-    Screens();
+    enum class Start { SignedIn, SignedOut };
 
+    explicit Screens(Start start = Start::SignedIn);
+
+    /// Completes a login, as its callback does.
+    void signIn(const QString &displayName);
     /// Makes `entries` the catalog and opens the software section; returns once it is loaded.
     void openSoftware(const SoftwareCatalog::Entries &entries);
     /// Selects the software by a click on its row.
@@ -41,6 +46,9 @@ public:
 
     Scratch scratch;
     ScreenViewModel viewModel{scratch.services()};
+    /// What the authentication service would have ended, by name.
+    QStringList endedProcesses;
+    AuthService auth;
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
     /// Every warning since the start; screens give none.

@@ -52,6 +52,7 @@ QtObject {
     readonly property int title2: 17
     readonly property int title: 22
     readonly property int largeTitle: 26
+    readonly property int productTitle: 28
 
     // Spacing
     readonly property int spacingXS: 4
@@ -66,6 +67,7 @@ QtObject {
     readonly property int paneRadius: 8
     readonly property int cardRadius: 12
     readonly property int controlHeight: 28
+    readonly property int largeControlHeight: 36
     readonly property int rowHeight: 32
     readonly property int smallIcon: 14
     readonly property int icon: 16
