@@ -1,5 +1,6 @@
 #include "VaelixApp.h"
 
+#include "Platform/ApplicationInstance.h"
 #include "Platform/Bundle.h"
 #include "Platform/Folders.h"
 #include "Services/AuthService.h"
@@ -12,26 +13,57 @@
 
 /// Without a graphics device the scene graph would draw through a software OpenGL, several times
 /// slower than its own software renderer.
-static void chooseRenderer()
+static bool drawsInSoftware()
 {
-    const bool isChosen = qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND");
+    const QString backend = qEnvironmentVariable("QT_QUICK_BACKEND");
+    const bool isChosen = !backend.isEmpty() || qEnvironmentVariableIsSet("QSG_RHI_BACKEND");
     const QDir devices(QStringLiteral("/dev/dri"), QStringLiteral("renderD*"), QDir::Name, QDir::System);
-    if (!isChosen && devices.isEmpty())
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    return backend == QLatin1String("software") || (!isChosen && devices.isEmpty());
 }
 
-int VaelixApp::run(int argc, char *argv[])
+static void chooseRenderer()
+{
+    if (drawsInSoftware())
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // What a web page draws reaches a window through a context that both share. Without a graphics
+    // device it costs more memory than all the rest, so there it is made when a page is opened.
+    else
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+}
+
+static void bringToFront(QWindow *window)
+{
+    window->show();
+    window->raise();
+    window->requestActivate();
+}
+
+int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
 {
     chooseRenderer();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.vaelix.app"));
 
+    ApplicationInstance instance;
+    if (!instance.claim(addresses))
+        return 0;
+
+    AuthService &auth = AuthService::shared();
+    QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleCallback);
+
     QQmlApplicationEngine engine;
     installViews(engine);
-    engine.setInitialProperties(
-        {{QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
-         {QStringLiteral("authService"), QVariant::fromValue(&AuthService::shared())},
-         {QStringLiteral("webFolder"), QString(Folders::user().applicationSupport + QStringLiteral("/Vaelix/Web"))}});
+    engine.setInitialProperties({
+        {QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
+        {QStringLiteral("authService"), QVariant::fromValue(&auth)},
+        {QStringLiteral("webFolder"), Folders::user().applicationSupport + QStringLiteral("/Vaelix/Web")},
+    });
     engine.load(mainWindowUrl);
-    return engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    auto *const window = qobject_cast<QWindow *>(engine.rootObjects().first());
+    QObject::connect(&instance, &ApplicationInstance::activated, window, [window] { bringToFront(window); });
+    QObject::connect(&auth, &AuthService::activationRequested, window, [window] { bringToFront(window); });
+    return QGuiApplication::exec();
 }

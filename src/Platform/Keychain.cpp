@@ -1,11 +1,14 @@
 #include "Keychain.h"
 
+#include "SessionBus.h"
+
 // libsecret's headers use a word that Qt takes as a keyword.
 #undef signals
 #include <libsecret/secret.h>
 
-#include <QFileInfo>
+#include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -41,21 +44,30 @@ AttributesPointer attributes(const QString &service, const QString &account)
                                                      qUtf8Printable(account), nullptr));
 }
 
-/// Where there is no session bus GLib would try to launch one.
-bool hasSessionBus()
+/// Once, however often the store is asked.
+void warn(const char *line)
 {
-    const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
-        || (!runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus")));
+    static bool isWarned = false;
+    if (!std::exchange(isWarned, true))
+        std::fprintf(stderr, "%s\n", line);
 }
 
+void warnOfLock()
+{
+    warn("⚠️ 系统密钥环已锁定或尚未建立，登录凭据无法读取和保存；解锁后请重新打开 Vaelix");
+}
+
+/// Null, with a warning, when there is none.
 GObjectPointer<SecretService> openService()
 {
-    if (!hasSessionBus())
-        return nullptr;
-    GError *error = nullptr;
-    GObjectPointer<SecretService> service(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, &error));
-    const ErrorPointer owner(error);
+    GObjectPointer<SecretService> service;
+    if (hasSessionBus()) {
+        GError *error = nullptr;
+        service.reset(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, &error));
+        const ErrorPointer owner(error);
+    }
+    if (!service)
+        warn("⚠️ 找不到系统密钥服务（Secret Service），登录凭据无法保存，退出 Vaelix 后需要重新登录");
     return service;
 }
 
@@ -81,7 +93,9 @@ template<typename Visit> void forEachItem(const QString &service, const QString 
         secret_service_search_sync(store.get(), &schema(), attributes(service, account).get(), flags, nullptr, &error);
     const ErrorPointer owner(error);
     for (GList *link = items; link; link = link->next)
-        if (auto *item = SECRET_ITEM(link->data); !secret_item_get_locked(item))
+        if (auto *item = SECRET_ITEM(link->data); secret_item_get_locked(item))
+            warnOfLock();
+        else
             visit(item);
     g_list_free_full(items, g_object_unref);
 }
@@ -105,9 +119,13 @@ std::optional<QByteArray> Keychain::find(const QString &service, const QString &
 bool Keychain::add(const QString &service, const QString &account, const QByteArray &value)
 {
     const auto store = openService();
-    const auto collection = store ? unlockedCollection(store.get()) : nullptr;
-    if (!collection)
+    if (!store)
         return false;
+    const auto collection = unlockedCollection(store.get());
+    if (!collection) {
+        warnOfLock();
+        return false;
+    }
     const ValuePointer secret(secret_value_new(value.constData(), value.size(), "text/plain"));
     GError *error = nullptr;
     const GObjectPointer<SecretItem> item(

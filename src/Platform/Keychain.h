@@ -6,7 +6,7 @@
 
 /// The desktop's secret store (Secret Service), as items found by service and account. Calls are
 /// synchronous and never ask the user to unlock anything: a locked or absent store reads as empty
-/// and keeps nothing.
+/// and keeps nothing, which the first call to find it so says on standard error.
 namespace Keychain {
 
 /// Any number of items may match; one of them is returned.

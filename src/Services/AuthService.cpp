@@ -33,15 +33,15 @@ const QString needsReconfigureKey = QStringLiteral("needsReconfigureSoftware");
 /// The text that percent-encoding stands for; none when it is not UTF-8.
 std::optional<QString> decodedText(QStringView encoded)
 {
-    const QByteArray bytes = QByteArray::fromPercentEncoding(encoded.toUtf8());
-    if (!simdjson::validate_utf8(bytes.constData(), std::size_t(bytes.size())))
-        return {};
-    return QString::fromUtf8(bytes);
+    const QString text = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded.toUtf8()));
+    return text.contains(QChar::ReplacementCharacter) ? std::nullopt : std::optional(text);
 }
 
 /// The query's items that have a value, each name's first one only.
 std::map<QString, QString> firstItems(const QUrl &url)
 {
+    if (!url.isValid())
+        return {};
     std::map<QString, std::optional<QString>> items;
     const QString query = url.query(QUrl::FullyEncoded);
     for (const QStringView item : QStringView(query).split(u'&')) {

@@ -1,0 +1,147 @@
+#include "ApplicationInstance.h"
+
+#include "SessionBus.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDataStream>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QStandardPaths>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+const QString busName = QStringLiteral("com.vaelix.app");
+const QString objectPath = QStringLiteral("/com/vaelix/app");
+const QString interfaceName = QStringLiteral("org.freedesktop.Application");
+
+constexpr int timeoutMs = 5000;
+constexpr qint64 longestMessage = 16 * 1024 * 1024;
+
+void reportSilence()
+{
+    std::fputs("Vaelix 已在运行，但没有响应\n", stderr);
+}
+
+/// Unique to the user, also in a folder that all share.
+QString socketPath()
+{
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    const QString name = QStringLiteral("com.vaelix.app-%1").arg(::getuid());
+    return folder.isEmpty() ? name : folder + u'/' + name;
+}
+
+QDBusMessage forwardingCall(const QStringList &addresses)
+{
+    const bool isOpening = !addresses.isEmpty();
+    auto call = QDBusMessage::createMethodCall(busName, objectPath, interfaceName,
+                                               isOpening ? QStringLiteral("Open") : QStringLiteral("Activate"));
+    if (isOpening)
+        call << addresses;
+    call << QVariantMap{{QStringLiteral("activation-token"), qEnvironmentVariable("XDG_ACTIVATION_TOKEN")}};
+    return call;
+}
+
+/// False when nobody listens there.
+bool forwardToSocket(const QStringList &addresses)
+{
+    QLocalSocket socket;
+    socket.connectToServer(socketPath());
+    if (!socket.waitForConnected(timeoutMs))
+        return false;
+    QDataStream stream(&socket);
+    stream << addresses;
+    socket.disconnectFromServer();
+    if (socket.state() != QLocalSocket::UnconnectedState && !socket.waitForDisconnected(timeoutMs))
+        reportSilence();
+    return true;
+}
+
+} // namespace
+
+ApplicationInstance::ApplicationInstance(QObject *parent)
+    : QObject(parent)
+{
+}
+
+ApplicationInstance::~ApplicationInstance() = default;
+
+bool ApplicationInstance::claim(const QStringList &addresses)
+{
+    const bool onBus = hasSessionBus() && QDBusConnection::sessionBus().isConnected();
+    if (!(onBus ? claimOnBus(addresses) : claimSocket(addresses)))
+        return false;
+    if (!addresses.isEmpty())
+        QMetaObject::invokeMethod(this, [this, addresses] { Open(addresses, {}); }, Qt::QueuedConnection);
+    return true;
+}
+
+bool ApplicationInstance::claimOnBus(const QStringList &addresses)
+{
+    auto bus = QDBusConnection::sessionBus();
+    // Before the name: whoever sees the name may call at once.
+    bus.registerObject(objectPath, this, QDBusConnection::ExportScriptableInvokables);
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply = bus.interface()->registerService(busName);
+    if (!reply.isValid() || reply == QDBusConnectionInterface::ServiceRegistered)
+        return true;
+    const QDBusMessage answer = bus.call(forwardingCall(addresses), QDBus::Block, timeoutMs);
+    if (answer.type() == QDBusMessage::ErrorMessage)
+        reportSilence();
+    return false;
+}
+
+bool ApplicationInstance::claimSocket(const QStringList &addresses)
+{
+    m_socket = std::make_unique<QLocalServer>();
+    m_socket->setSocketOptions(QLocalServer::UserAccessOption);
+    connect(m_socket.get(), &QLocalServer::newConnection, this, &ApplicationInstance::receiveFromSocket);
+    if (m_socket->listen(socketPath()))
+        return true;
+    if (forwardToSocket(addresses))
+        return false;
+    // What an instance that was killed left behind.
+    QLocalServer::removeServer(socketPath());
+    m_socket->listen(socketPath());
+    return true;
+}
+
+void ApplicationInstance::receiveFromSocket()
+{
+    QLocalSocket *const socket = m_socket->nextPendingConnection();
+    connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+    connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+        if (socket->bytesAvailable() > longestMessage)
+            return socket->abort();
+        QDataStream stream(socket);
+        stream.startTransaction();
+        QStringList addresses;
+        stream >> addresses;
+        if (stream.commitTransaction())
+            Open(addresses, {});
+    });
+}
+
+void ApplicationInstance::Activate(const QVariantMap &platformData)
+{
+    // Without this proof of a user's click Wayland keeps windows in the back; Qt takes it from there.
+    const QByteArray token = platformData.value(QStringLiteral("activation-token")).toByteArray();
+    if (!token.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", token);
+    Q_EMIT activated();
+}
+
+void ApplicationInstance::Open(const QStringList &addresses, const QVariantMap &platformData)
+{
+    Activate(platformData);
+    for (const QString &address : addresses)
+        Q_EMIT opened(QUrl(address));
+}
+
+void ApplicationInstance::ActivateAction(const QString &, const QVariantList &, const QVariantMap &platformData)
+{
+    Activate(platformData);
+}
