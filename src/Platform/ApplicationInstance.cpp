@@ -7,9 +7,12 @@
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QDataStream>
+#include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
 #include <QStandardPaths>
+#include <QThread>
 #include <cstdio>
 #include <unistd.h>
 
@@ -46,19 +49,28 @@ QDBusMessage forwardingCall(const QStringList &addresses)
     return call;
 }
 
-/// False when nobody listens there.
+/// The other instance may only just be starting, so this tries for a while.
+bool connectTo(QLocalSocket &socket)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    do {
+        socket.connectToServer(socketPath());
+        if (socket.waitForConnected(timeoutMs))
+            return true;
+        QThread::msleep(20);
+    } while (!deadline.hasExpired());
+    return false;
+}
+
 bool forwardToSocket(const QStringList &addresses)
 {
     QLocalSocket socket;
-    socket.connectToServer(socketPath());
-    if (!socket.waitForConnected(timeoutMs))
+    if (!connectTo(socket))
         return false;
     QDataStream stream(&socket);
     stream << addresses;
     socket.disconnectFromServer();
-    if (socket.state() != QLocalSocket::UnconnectedState && !socket.waitForDisconnected(timeoutMs))
-        reportSilence();
-    return true;
+    return socket.state() == QLocalSocket::UnconnectedState || socket.waitForDisconnected(timeoutMs);
 }
 
 } // namespace
@@ -96,14 +108,16 @@ bool ApplicationInstance::claimOnBus(const QStringList &addresses)
 
 bool ApplicationInstance::claimSocket(const QStringList &addresses)
 {
+    m_lock = std::make_unique<QLockFile>(socketPath() + QStringLiteral(".lock"));
+    m_lock->setStaleLockTime(0); // held as long as its process lives
+    if (!m_lock->tryLock(0) && m_lock->error() == QLockFile::LockFailedError) {
+        if (!forwardToSocket(addresses))
+            reportSilence();
+        return false;
+    }
     m_socket = std::make_unique<QLocalServer>();
     m_socket->setSocketOptions(QLocalServer::UserAccessOption);
     connect(m_socket.get(), &QLocalServer::newConnection, this, &ApplicationInstance::receiveFromSocket);
-    if (m_socket->listen(socketPath()))
-        return true;
-    if (forwardToSocket(addresses))
-        return false;
-    // What an instance that was killed left behind.
     QLocalServer::removeServer(socketPath());
     m_socket->listen(socketPath());
     return true;

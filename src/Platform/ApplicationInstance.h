@@ -7,6 +7,7 @@
 #include <memory>
 
 class QLocalServer;
+class QLockFile;
 
 /// The user's one running instance of the application, and the addresses that others open in it.
 /// It owns the name "com.vaelix.app" on the session bus, where desktops reach it through the
@@ -44,5 +45,6 @@ private:
     bool claimSocket(const QStringList &addresses);
     void receiveFromSocket();
 
+    std::unique_ptr<QLockFile> m_lock; ///< held with the socket: whether another instance lives
     std::unique_ptr<QLocalServer> m_socket;
 };

@@ -64,10 +64,11 @@ public:
     }
 
     bool isRunning() const { return m_process.state() == QProcess::Running; }
+    /// -1 when it did not end by itself.
     int exitCode()
     {
-        m_process.waitForFinished(20'000);
-        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+        const bool hasEnded = m_process.waitForFinished(20'000);
+        return hasEnded && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
     QByteArray output() { return m_process.readAll(); }
     QByteArray arguments() const
