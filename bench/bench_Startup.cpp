@@ -1,10 +1,12 @@
 // The application from its start to its first frame, against an empty Qt Quick window, both started
 // and watched from outside in the same way. The scene graph's own log tells when the first frame is
-// on the screen; the process is then stopped and looked at.
+// on the screen; the process is then stopped and looked at. Somebody is signed in, so it is the main
+// screen that is drawn, not the login.
 //
 //     bench_Startup PATH-OF-VAELIX
 
 #include "Measure.h"
+#include "Services/KeychainService.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -114,6 +116,12 @@ int main(int argc, char *argv[])
     qputenv("QT_QUICK_BACKEND", "software");
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
     qputenv("QT_LOGGING_RULES", "qt.scenegraph.time.renderloop.debug=true");
+    qputenv("VAELIX_SERVER_ORIGIN", "http://127.0.0.1:9"); // nothing listens there
+    KeychainService keychain;
+    keychain.save(QStringLiteral("auth_token"), QStringLiteral("token"));
+    keychain.save(QStringLiteral("user_id"), QStringLiteral("user"));
+    if (!keychain.get(QStringLiteral("user_id")))
+        qFatal("The keychain keeps nothing");
 
     QList<FirstFrame> ours;
     QList<FirstFrame> theirs;
