@@ -26,7 +26,7 @@ QByteArray valueOf(const QByteArray &key, const QMap<QByteArray, HTML> &values)
 
 HTML escaped(const QString &text)
 {
-    return {text.toHtmlEscaped().replace(u'\'', QStringLiteral("&#39;")).toUtf8()};
+    return {text.toHtmlEscaped().toUtf8()};
 }
 
 HTML filled(const QString &name, const QMap<QByteArray, HTML> &values)

@@ -11,7 +11,7 @@ struct HTML {
     QByteArray markup;
 };
 
-/// Fit for the content of an element and for a quoted attribute.
+/// Fit for the content of an element and for a value in double quotes.
 HTML escaped(const QString &text);
 
 /// The embedded template pages/`name` with each {{key}} replaced by its value, in one pass. A key without a

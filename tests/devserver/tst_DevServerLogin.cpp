@@ -80,7 +80,6 @@ QString attribute(const Reply &reply, const QString &pattern)
     return value.replace(QLatin1String("&quot;"), QLatin1String("\""))
         .replace(QLatin1String("&lt;"), QLatin1String("<"))
         .replace(QLatin1String("&gt;"), QLatin1String(">"))
-        .replace(QLatin1String("&#39;"), QLatin1String("'"))
         .replace(QLatin1String("&amp;"), QLatin1String("&"));
 }
 
