@@ -31,13 +31,6 @@ static void chooseRenderer()
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
 }
 
-static void bringToFront(QWindow *window)
-{
-    window->show();
-    window->raise();
-    window->requestActivate();
-}
-
 int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
 {
     chooseRenderer();
@@ -62,8 +55,8 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
     if (engine.rootObjects().isEmpty())
         return 1;
 
-    auto *const window = qobject_cast<QWindow *>(engine.rootObjects().first());
-    QObject::connect(&instance, &ApplicationInstance::activated, window, [window] { bringToFront(window); });
-    QObject::connect(&auth, &AuthService::activationRequested, window, [window] { bringToFront(window); });
+    QObject *const window = engine.rootObjects().first();
+    QObject::connect(&instance, &ApplicationInstance::activated, window,
+                     [window] { QMetaObject::invokeMethod(window, "comeToFront"); });
     return QGuiApplication::exec();
 }

@@ -52,11 +52,6 @@ void warn(const char *line)
         std::fprintf(stderr, "%s\n", line);
 }
 
-void warnOfLock()
-{
-    warn("⚠️ 系统密钥环已锁定或尚未建立，登录凭据无法读取和保存；解锁后请重新打开 Vaelix");
-}
-
 /// Null, with a warning, when there is none.
 GObjectPointer<SecretService> openService()
 {
@@ -71,14 +66,17 @@ GObjectPointer<SecretService> openService()
     return service;
 }
 
-/// The collection new items go to; null when there is none or it is locked.
+/// The collection new items go to; null, with a warning, when there is none or it is locked.
 GObjectPointer<SecretCollection> unlockedCollection(SecretService *service)
 {
     GError *error = nullptr;
     GObjectPointer<SecretCollection> collection(
         secret_collection_for_alias_sync(service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, &error));
     const ErrorPointer owner(error);
-    return collection && !secret_collection_get_locked(collection.get()) ? std::move(collection) : nullptr;
+    if (collection && !secret_collection_get_locked(collection.get()))
+        return collection;
+    warn("⚠️ 系统密钥环已锁定或尚未建立，登录凭据无法读取和保存；解锁后请重新打开 Vaelix");
+    return nullptr;
 }
 
 /// The unlocked items that match, with their secrets.
@@ -92,11 +90,16 @@ template<typename Visit> void forEachItem(const QString &service, const QString 
     GList *items =
         secret_service_search_sync(store.get(), &schema(), attributes(service, account).get(), flags, nullptr, &error);
     const ErrorPointer owner(error);
-    for (GList *link = items; link; link = link->next)
-        if (auto *item = SECRET_ITEM(link->data); secret_item_get_locked(item))
-            warnOfLock();
-        else
+    bool isFound = false;
+    for (GList *link = items; link; link = link->next) {
+        if (auto *item = SECRET_ITEM(link->data); !secret_item_get_locked(item)) {
+            isFound = true;
             visit(item);
+        }
+    }
+    // A locked store need not even admit that it holds the item.
+    if (!isFound)
+        unlockedCollection(store.get());
     g_list_free_full(items, g_object_unref);
 }
 
@@ -122,10 +125,8 @@ bool Keychain::add(const QString &service, const QString &account, const QByteAr
     if (!store)
         return false;
     const auto collection = unlockedCollection(store.get());
-    if (!collection) {
-        warnOfLock();
+    if (!collection)
         return false;
-    }
     const ValuePointer secret(secret_value_new(value.constData(), value.size(), "text/plain"));
     GError *error = nullptr;
     const GObjectPointer<SecretItem> item(
