@@ -12,6 +12,16 @@ Item {
     /// Given by tests; else the software section makes its own.
     property SoftwareListViewModel softwareViewModel: null
     property NavigationItem selectedItem: dashboard
+    property bool isCheckingUpdate: false
+
+    function checkForUpdates() {
+        isCheckingUpdate = true;
+        Qt.callLater(content.finishUpdateCheck);
+    }
+    function finishUpdateCheck() {
+        isCheckingUpdate = false;
+        upToDateAlert.open();
+    }
 
     Sidebar {
         id: sidebar
@@ -19,8 +29,12 @@ Item {
         width: divider.position
         height: parent.height
         appVersion: content.appVersion
+        displayName: content.authService.displayName
+        isCheckingUpdate: content.isCheckingUpdate
         selectedItem: content.selectedItem
+        onLogoutRequested: content.authService.logout()
         onSelected: item => content.selectedItem = item
+        onUpdateCheckRequested: content.checkForUpdates()
 
         NavigationItem {
             id: dashboard
@@ -74,5 +88,12 @@ Item {
         id: divider
 
         height: parent.height
+    }
+    AlertDialog {
+        id: upToDateAlert
+
+        confirmText: "好"
+        message: "当前没有可用的更新。"
+        title: "已是最新版本"
     }
 }

@@ -19,6 +19,12 @@ Window {
     title: "Vaelix"
     visible: true
 
+    // A closing popup leaves the focus to the window itself; the screen still knows who had it.
+    onActiveFocusItemChanged: {
+        if (activeFocusItem === contentItem)
+            gate.forceActiveFocus(Qt.PopupFocusReason);
+    }
+
     function comeToFront() {
         show();
         raise();

@@ -2,14 +2,18 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-/// The sections of the application and its version.
+/// The sections of the application, its version, and the user's account.
 Rectangle {
     id: sidebar
 
     default property list<NavigationItem> items
     required property NavigationItem selectedItem
     required property string appVersion
+    required property string displayName
+    required property bool isCheckingUpdate
     signal selected(NavigationItem item)
+    signal updateCheckRequested
+    signal logoutRequested
 
     color: Theme.sidebar
 
@@ -34,19 +38,45 @@ Rectangle {
         }
     }
     Separator {
-        anchors.bottom: version.top
+        anchors.bottom: footer.top
         width: parent.width
     }
-    Label {
-        id: version
+    Column {
+        id: footer
 
         anchors.bottom: parent.bottom
         anchors.left: parent.left
-        anchors.leftMargin: Theme.spacingL
         anchors.right: parent.right
-        height: Theme.rowHeight + Theme.spacingS
-        color: Theme.secondaryText
-        font.pixelSize: Theme.caption
-        text: "v" + sidebar.appVersion
+        anchors.margins: Theme.spacingS
+        topPadding: Theme.spacingS
+
+        Item {
+            width: parent.width
+            height: Theme.controlHeight
+
+            Label {
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacingS
+                anchors.right: updateButton.left
+                height: parent.height
+                color: Theme.secondaryText
+                font.pixelSize: Theme.caption
+                text: "v" + sidebar.appVersion
+            }
+            IconButton {
+                id: updateButton
+
+                anchors.right: parent.right
+                isBusy: sidebar.isCheckingUpdate
+                symbol: "arrow.triangle.2.circlepath"
+                text: "检查更新"
+                onClicked: sidebar.updateCheckRequested()
+            }
+        }
+        AccountMenu {
+            width: parent.width
+            displayName: sidebar.displayName
+            onLogoutRequested: sidebar.logoutRequested()
+        }
     }
 }

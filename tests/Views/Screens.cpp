@@ -17,9 +17,7 @@ static void recordMessage(QtMsgType type, const QMessageLogContext &context, con
     previousHandler(type, context, message);
 }
 
-static const QString serverOrigin = QStringLiteral("http://127.0.0.1:9");
-
-Screens::Screens(Start start)
+Screens::Screens(Start start, const QString &serverOrigin)
     : auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
            [this](const QString &name) { endedProcesses.append(name); })
 {
@@ -45,8 +43,8 @@ void Screens::signIn(const QString &displayName)
 {
     QUrl url(QStringLiteral("x-vaelix://auth/callback"));
     url.setQuery(QUrlQuery{{QStringLiteral("token"), QStringLiteral("t")},
-                  {QStringLiteral("user_id"), QStringLiteral("1")},
-                  {QStringLiteral("display_name"), displayName}});
+                           {QStringLiteral("user_id"), QStringLiteral("1")},
+                           {QStringLiteral("display_name"), displayName}});
     auth.handleCallback(url);
 }
 

@@ -16,7 +16,8 @@ class Screens
 public:
     enum class Start { SignedIn, SignedOut };
 
-    explicit Screens(Start start = Start::SignedIn);
+    /// `serverOrigin` is the login and account server's; nothing listens on the default one.
+    explicit Screens(Start start = Start::SignedIn, const QString &serverOrigin = QStringLiteral("http://127.0.0.1:9"));
 
     /// Completes a login, as its callback does.
     void signIn(const QString &displayName);

@@ -1,6 +1,8 @@
 #include "Screens.h"
 
+#include "DevServer.h"
 #include "Platform/Appearance.h"
+#include "Seed.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -161,6 +163,73 @@ void takeOperations(Screens &screens, Album &album)
     album.take(QStringLiteral("error-banner"));
 }
 
+void openAccountMenu(Screens &screens)
+{
+    screens.click(screens.elements(QAccessible::ButtonMenu).first());
+    QTest::qWait(400);
+}
+
+void takeMainFrame(Screens &screens, Album &album)
+{
+    openAccountMenu(screens);
+    album.take(QStringLiteral("account-menu"));
+    screens.press(Qt::Key_Down);
+    album.take(QStringLiteral("account-menu-keys"));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+    screens.click(screens.button(QStringLiteral("检查更新")));
+    QTest::qWait(400);
+    album.take(QStringLiteral("alert-up-to-date"));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+}
+
+void openLogin(Screens &screens)
+{
+    screens.click(screens.button(QStringLiteral("登录 / 注册")));
+}
+
+/// The login's states over a local server; its page loads in a web view of its own processes.
+/// Waits until a property of the shown page view is true.
+void waitForPage(const Screens &screens, const char *property)
+{
+    const auto isTrue = [&] {
+        const auto items = screens.window->findChildren<QQuickItem *>();
+        return std::ranges::any_of(items, [=](QQuickItem *item) { return item->property(property).toBool(); });
+    };
+    if (!QTest::qWaitFor(isTrue, 30000))
+        qFatal("the login page never %s", property);
+}
+
+/// The login's states, over a local server of its own.
+void takeLogin(const QString &folder)
+{
+    devserver::DevServer server(devserver::ServerState{.accounts = devserver::embeddedAccounts().value()});
+    server.faults().set("GET", QStringLiteral("/authorize"), {.delay = std::chrono::hours(1)}, 1);
+    Screens screens(Screens::Start::SignedOut, server.start(0).value());
+    Album album(screens, folder);
+    album.take(QStringLiteral("login-welcome"));
+    openLogin(screens);
+    album.take(QStringLiteral("login-loading"));
+    screens.click(screens.button(QStringLiteral("返回")));
+    openLogin(screens);
+    waitForPage(screens, "hasLoaded");
+    album.take(QStringLiteral("login-page"));
+    for (QQuickItem *const item : screens.window->findChildren<QQuickItem *>())
+        if (item->property("isLoginCompleting").isValid())
+            item->setProperty("isLoginCompleting", true);
+    album.take(QStringLiteral("login-success"));
+}
+
+void takeUnreachableServer(const QString &folder)
+{
+    Screens screens(Screens::Start::SignedOut);
+    Album album(screens, folder);
+    openLogin(screens);
+    waitForPage(screens, "hasFailed");
+    album.take(QStringLiteral("login-failed"));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -170,9 +239,12 @@ int main(int argc, char *argv[])
         qFatal("VAELIX_SCREENSHOTS names no folder");
     const QGuiApplication application(argc, argv);
     QDir().mkpath(folder);
+    takeLogin(folder);
+    takeUnreachableServer(folder);
     Screens screens;
     Album album(screens, folder);
     album.take(QStringLiteral("dashboard"));
+    takeMainFrame(screens, album);
     screens.openSoftware(entries());
     takeStates(screens, album);
     takeFilters(screens, album);

@@ -7,9 +7,55 @@ FocusScope {
 
     required property AuthService authService
     required property string webFolder
+    property bool showWebView: false
+    /// The server's last page is loading, or has loaded.
+    property bool isLoginCompleting: false
+    property url pendingCallbackURL
 
-    WelcomePanel {
+    function openWebPanel() {
+        WebEngine.prepare();
+        showWebView = true;
+    }
+    function closeWebPanel() {
+        handover.stop();
+        isLoginCompleting = false;
+        showWebView = false;
+    }
+    function complete(callbackURL: url) {
+        pendingCallbackURL = callbackURL;
+        handover.start();
+    }
+
+    /// Lets the success be seen before the main screen takes the window.
+    Timer {
+        id: handover
+
+        interval: 800
+        onTriggered: loginView.authService.handleCallback(loginView.pendingCallbackURL)
+    }
+    Loader {
         anchors.fill: parent
         focus: true
+        sourceComponent: loginView.showWebView ? webPanel : welcomePanel
+        onLoaded: item.forceActiveFocus()
+    }
+    Component {
+        id: welcomePanel
+
+        WelcomePanel {
+            onLoginRequested: loginView.openWebPanel()
+        }
+    }
+    Component {
+        id: webPanel
+
+        WebPanel {
+            authService: loginView.authService
+            isLoginCompleting: loginView.isLoginCompleting
+            webFolder: loginView.webFolder
+            onBackRequested: loginView.closeWebPanel()
+            onCallback: url => loginView.complete(url)
+            onCallbackLoading: loginView.isLoginCompleting = true
+        }
     }
 }

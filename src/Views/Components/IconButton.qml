@@ -7,10 +7,13 @@ T.Button {
 
     required property string symbol
     property color color: Theme.secondaryText
+    /// What it began is under way: it spins, and cannot be pressed.
+    property bool isBusy: false
 
     implicitWidth: Theme.controlHeight
     implicitHeight: Theme.controlHeight
-    opacity: enabled ? 1 : Theme.disabledOpacity
+    enabled: !isBusy
+    opacity: enabled || isBusy ? 1 : Theme.disabledOpacity
 
     Accessible.name: text
     Accessible.role: Accessible.Button
@@ -23,6 +26,12 @@ T.Button {
             color: button.color
             size: Theme.smallIcon
             symbol: button.symbol
+            visible: !button.isBusy
+        }
+        Spinner {
+            anchors.centerIn: parent
+            size: Theme.smallIcon
+            visible: button.isBusy
         }
     }
     background: Rectangle {

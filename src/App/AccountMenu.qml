@@ -1,0 +1,88 @@
+import QtQuick
+import Vaelix
+
+/// Who is signed in, and what they can do about it.
+Item {
+    id: account
+
+    required property string displayName
+    readonly property string label: displayName === "" ? "用户" : displayName
+    signal logoutRequested
+
+    implicitHeight: Theme.rowHeight
+    activeFocusOnTab: true
+    Accessible.focusable: true
+    Accessible.name: label
+    Accessible.role: Accessible.ButtonMenu
+    Accessible.onPressAction: openAtFirstItem()
+    Keys.onDownPressed: openAtFirstItem()
+    Keys.onEnterPressed: openAtFirstItem()
+    Keys.onReturnPressed: openAtFirstItem()
+    Keys.onSpacePressed: openAtFirstItem()
+    Keys.onUpPressed: openAtFirstItem()
+
+    function openAtFirstItem() {
+        menu.open();
+        menu.currentIndex = 0;
+    }
+
+    Rectangle {
+        id: ground
+
+        anchors.fill: parent
+        color: menu.visible ? Theme.pressed : hover.hovered ? Theme.hovered : "transparent"
+        radius: Theme.controlRadius
+    }
+    FocusRing {
+        control: ground
+        visible: account.activeFocus && !menu.visible
+    }
+    HoverHandler {
+        id: hover
+    }
+    TapHandler {
+        gesturePolicy: TapHandler.ReleaseWithinBounds
+        onTapped: menu.visible ? menu.close() : menu.open()
+    }
+    SymbolImage {
+        id: person
+
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacingS
+        anchors.verticalCenter: parent.verticalCenter
+        color: Theme.secondaryText
+        symbol: "person.circle.fill"
+    }
+    Label {
+        anchors.left: person.right
+        anchors.leftMargin: Theme.spacingS
+        anchors.right: chevrons.left
+        anchors.rightMargin: Theme.spacingXS
+        height: parent.height
+        font.pixelSize: Theme.caption
+        text: account.label
+    }
+    SymbolImage {
+        id: chevrons
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingS
+        anchors.verticalCenter: parent.verticalCenter
+        color: Theme.secondaryText
+        size: Theme.caption
+        symbol: "chevron.up.chevron.down"
+    }
+    PopupMenu {
+        id: menu
+
+        y: -height - Theme.spacingXS
+        width: account.width
+
+        MenuRow {
+            destructive: true
+            symbol: "rectangle.portrait.and.arrow.right"
+            text: "退出登录"
+            onTriggered: account.logoutRequested()
+        }
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// One item of a PopupMenu.
+T.MenuItem {
+    id: row
+
+    required property string symbol
+    property bool destructive: false
+    readonly property color foreground: highlighted ? Theme.accentedText : destructive ? Theme.red : Theme.text
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: Theme.controlHeight
+    leftPadding: Theme.spacingS
+    rightPadding: Theme.spacingS
+    Accessible.name: text
+    Keys.onEnterPressed: row.clicked()
+    Keys.onReturnPressed: row.clicked()
+
+    contentItem: Item {
+        implicitWidth: image.width + Theme.spacingS + label.implicitWidth
+
+        SymbolImage {
+            id: image
+
+            anchors.verticalCenter: parent.verticalCenter
+            color: row.foreground
+            size: Theme.smallIcon
+            symbol: row.symbol
+        }
+        Label {
+            id: label
+
+            anchors.left: image.right
+            anchors.leftMargin: Theme.spacingS
+            anchors.right: parent.right
+            height: parent.height
+            color: row.foreground
+            text: row.text
+        }
+    }
+    background: Rectangle {
+        color: row.highlighted ? row.destructive ? Theme.red : Theme.accent : "transparent"
+        radius: Theme.controlRadius
+    }
+}
