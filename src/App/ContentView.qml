@@ -16,7 +16,7 @@ Item {
 
     function checkForUpdates() {
         isCheckingUpdate = true;
-        Qt.callLater(content.finishUpdateCheck);
+        updateCheck.start();
     }
     function finishUpdateCheck() {
         isCheckingUpdate = false;
@@ -88,6 +88,12 @@ Item {
         id: divider
 
         height: parent.height
+    }
+    Timer {
+        id: updateCheck
+
+        interval: 0
+        onTriggered: content.finishUpdateCheck()
     }
     AlertDialog {
         id: upToDateAlert

@@ -6,7 +6,7 @@ Rectangle {
 
     required property bool isShown
 
-    color: Theme.faded(Theme.window, 0.94)
+    color: Theme.faded(Theme.window, 0.97)
     opacity: isShown ? 1 : 0
     visible: opacity > 0
     Accessible.description: progressText.text

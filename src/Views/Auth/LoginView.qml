@@ -37,7 +37,7 @@ FocusScope {
         anchors.fill: parent
         focus: true
         sourceComponent: loginView.showWebView ? webPanel : welcomePanel
-        onLoaded: item.forceActiveFocus()
+        onLoaded: (item as FocusScope).forceActiveFocus()
     }
     Component {
         id: welcomePanel

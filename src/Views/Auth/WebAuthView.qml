@@ -22,9 +22,9 @@ FocusScope {
     }
     function follow(address: url) {
         if (LoginNavigation.isCallback(address))
-            Qt.callLater(webAuthView.callback, address);
+            ending.post(address);
         else if (LoginNavigation.isCallbackPage(address))
-            Qt.callLater(webAuthView.callbackLoading);
+            endingSoon.start();
     }
     function finish() {
         hasLoaded = true;
@@ -64,6 +64,26 @@ FocusScope {
             storageName: "login"
             onDownloadRequested: download => download.cancel()
         }
+    }
+    // The page's own doing is over before its consequences begin, and each comes once.
+    Timer {
+        id: ending
+
+        property url address
+
+        interval: 0
+        onTriggered: webAuthView.callback(address)
+
+        function post(address: url) {
+            ending.address = address;
+            start();
+        }
+    }
+    Timer {
+        id: endingSoon
+
+        interval: 0
+        onTriggered: webAuthView.callbackLoading()
     }
     Timer {
         id: patience

@@ -33,7 +33,7 @@ FocusScope {
         /// Named, so that Qt WebEngine is loaded only now.
         function open() {
             const url = panel.authService.makeLoginURL();
-            if (url.toString() !== "")
+            if (String(url) !== "")
                 setSource("WebAuthView.qml", { url: url, webFolder: panel.webFolder });
         }
     }

@@ -17,23 +17,16 @@ T.MenuItem {
     Keys.onEnterPressed: row.clicked()
     Keys.onReturnPressed: row.clicked()
 
-    contentItem: Item {
-        implicitWidth: image.width + Theme.spacingS + label.implicitWidth
+    contentItem: Row {
+        spacing: Theme.spacingS
 
         SymbolImage {
-            id: image
-
             anchors.verticalCenter: parent.verticalCenter
             color: row.foreground
             size: Theme.smallIcon
             symbol: row.symbol
         }
         Label {
-            id: label
-
-            anchors.left: image.right
-            anchors.leftMargin: Theme.spacingS
-            anchors.right: parent.right
             height: parent.height
             color: row.foreground
             text: row.text
