@@ -17,9 +17,9 @@ constexpr qsizetype shownCharacters = 6000;
 constexpr qsizetype progressScanCharacters = 400;
 constexpr qsizetype completionScanCharacters = 100;
 
-/// Decoding the last this many bytes gives at least `shownCharacters` of any text people write; a
-/// text of longer characters is decoded anew with more.
-constexpr qsizetype decodedBytes = 32 * 1024;
+/// The last this many bytes hold `shownCharacters` of Chinese text; a text of longer characters, or of
+/// many colours, is decoded anew with more.
+constexpr qsizetype decodedBytes = 20 * 1024;
 
 QStringView lastCharacters(QStringView text, qsizetype count)
 {
