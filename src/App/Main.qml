@@ -7,8 +7,6 @@ Window {
 
     required property string appVersion
     required property AuthService authService
-    /// Where the login page's cookies are kept.
-    required property string webFolder
     property SoftwareListViewModel softwareViewModel: null
 
     width: 1080
@@ -40,10 +38,12 @@ Window {
         id: gate
 
         readonly property bool isOpen: mainWindow.authService.isLoggedIn
+        /// Changes with each account, also when one takes another's place.
+        readonly property string account: isOpen ? "user " + mainWindow.authService.userId : ""
 
         anchors.fill: parent
         focus: true
-        onIsOpenChanged: showScreen()
+        onAccountChanged: showScreen()
         Component.onCompleted: showScreen()
 
         function showScreen() {
@@ -54,7 +54,7 @@ Window {
                     softwareViewModel: mainWindow.softwareViewModel
                 });
             else
-                setSource("LoginView.qml", { authService: mainWindow.authService, webFolder: mainWindow.webFolder });
+                setSource("LoginView.qml", { authService: mainWindow.authService });
         }
     }
 }

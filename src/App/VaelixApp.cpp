@@ -2,7 +2,6 @@
 
 #include "Platform/ApplicationInstance.h"
 #include "Platform/Bundle.h"
-#include "Platform/Folders.h"
 #include "Services/AuthService.h"
 #include "Views/QmlTypes.h"
 
@@ -49,7 +48,6 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
     engine.setInitialProperties({
         {QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
         {QStringLiteral("authService"), QVariant::fromValue(&auth)},
-        {QStringLiteral("webFolder"), Folders::user().applicationSupport + QStringLiteral("/Vaelix/Web")},
     });
     engine.load(mainWindowUrl);
     if (engine.rootObjects().isEmpty())

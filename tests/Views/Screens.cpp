@@ -27,9 +27,12 @@ Screens::Screens(Start start, const QString &serverOrigin)
     installViews(engine);
     if (start == Start::SignedIn)
         signIn(QStringLiteral("测试用户"));
+    // Where web pages keep their cookies and caches, also for a while after they were closed.
+    static const QTemporaryDir webFolder;
+    for (const char *variable : {"XDG_DATA_HOME", "XDG_CACHE_HOME"})
+        qputenv(variable, QFile::encodeName(webFolder.path()));
     engine.setInitialProperties({{QStringLiteral("appVersion"), QStringLiteral("1.0.0")},
                                  {QStringLiteral("authService"), QVariant::fromValue(&auth)},
-                                 {QStringLiteral("webFolder"), scratch.path(QStringLiteral("Web"))},
                                  {QStringLiteral("softwareViewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
     engine.load(mainWindowUrl);
     window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));

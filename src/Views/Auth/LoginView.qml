@@ -6,7 +6,6 @@ FocusScope {
     id: loginView
 
     required property AuthService authService
-    required property string webFolder
     property bool showWebView: false
     /// The server's last page is loading, or has loaded.
     property bool isLoginCompleting: false
@@ -52,7 +51,6 @@ FocusScope {
         WebPanel {
             authService: loginView.authService
             isLoginCompleting: loginView.isLoginCompleting
-            webFolder: loginView.webFolder
             onBackRequested: loginView.closeWebPanel()
             onCallback: url => loginView.complete(url)
             onCallbackLoading: loginView.isLoginCompleting = true

@@ -7,8 +7,6 @@ FocusScope {
     id: webAuthView
 
     required property url url
-    /// Where cookies are kept, so that the server knows the user again.
-    required property string webFolder
     property bool hasLoaded: false
     property bool hasFailed: false
     /// The server's last page is about to load.
@@ -56,11 +54,10 @@ FocusScope {
         onNavigationRequested: request => webAuthView.follow(request.url)
         onNewWindowRequested: request => url = request.requestedUrl
         onRenderProcessTerminated: webAuthView.fail()
+        // Kept in the application's data folder, so that the server knows the user again.
         profile: WebEngineProfile {
-            cachePath: webAuthView.webFolder + "/Cache"
             offTheRecord: false
             persistentCookiesPolicy: WebEngineProfile.ForcePersistentCookies
-            persistentStoragePath: webAuthView.webFolder + "/Storage"
             storageName: "login"
             onDownloadRequested: download => download.cancel()
         }

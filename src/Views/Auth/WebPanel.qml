@@ -6,7 +6,6 @@ FocusScope {
     id: panel
 
     required property AuthService authService
-    required property string webFolder
     required property bool isLoginCompleting
     signal backRequested
     signal callbackLoading
@@ -34,7 +33,7 @@ FocusScope {
         function open() {
             const url = panel.authService.makeLoginURL();
             if (String(url) !== "")
-                setSource("WebAuthView.qml", { url: url, webFolder: panel.webFolder });
+                setSource("WebAuthView.qml", { url: url });
         }
     }
     EmptyPlaceholder {
