@@ -13,6 +13,7 @@
 #include <QLockFile>
 #include <QStandardPaths>
 #include <QThread>
+#include <QTimer>
 #include <cstdio>
 #include <unistd.h>
 
@@ -88,7 +89,7 @@ bool ApplicationInstance::claim(const QStringList &addresses)
     if (!(onBus ? claimOnBus(addresses) : claimSocket(addresses)))
         return false;
     if (!addresses.isEmpty())
-        QMetaObject::invokeMethod(this, [this, addresses] { Open(addresses, {}); }, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, [this, addresses] { Open(addresses, {}); });
     return true;
 }
 
