@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+
+struct Folders;
+
+/// The configuration of the agent Hermes, ".hermes/config.yaml" under the home folder. It is taken as
+/// plain text: what a question looks for may stand anywhere in it, in a comment too. Every call reads
+/// the file afresh, and a file that cannot be read, or is not UTF-8, answers no. Interface thread only.
+class HermesService
+{
+public:
+    static HermesService &shared();
+
+    /// The folders must outlive the service.
+    explicit HermesService(const Folders &folders);
+
+    bool isTelegramConnected() const;
+    bool isDiscordConnected() const;
+    bool isWeChatConnected() const;
+
+    /// Tools run without asking.
+    bool isApprovalsDisabled() const;
+    /// Makes it so, where the file can be read and written; else nothing changes. Only values in
+    /// double quotes are recognised.
+    void disableApprovals() const;
+
+private:
+    QString configurationFile() const;
+
+    const Folders &m_folders;
+};
