@@ -21,28 +21,32 @@ Item {
     Keys.onSpacePressed: openAtFirstItem()
     Keys.onUpPressed: openAtFirstItem()
 
+    function toggleMenu() {
+        menu.load();
+        (menu.item as AccountActions).toggle();
+    }
     function openAtFirstItem() {
-        menu.open();
-        menu.currentIndex = 0;
+        menu.load();
+        (menu.item as AccountActions).openAtFirstItem();
     }
 
     Rectangle {
         id: ground
 
         anchors.fill: parent
-        color: menu.visible ? Theme.pressed : hover.hovered ? Theme.hovered : "transparent"
+        color: menu.isOpen ? Theme.pressed : hover.hovered ? Theme.hovered : "transparent"
         radius: Theme.controlRadius
     }
     FocusRing {
         control: ground
-        visible: account.activeFocus && !menu.visible
+        visible: account.activeFocus && !menu.isOpen
     }
     HoverHandler {
         id: hover
     }
     TapHandler {
         gesturePolicy: TapHandler.ReleaseWithinBounds
-        onTapped: menu.visible ? menu.close() : menu.open()
+        onTapped: account.toggleMenu()
     }
     SymbolImage {
         id: person
@@ -72,17 +76,22 @@ Item {
         size: Theme.caption
         symbol: "chevron.up.chevron.down"
     }
-    PopupMenu {
+    Loader {
         id: menu
 
-        y: -height - Theme.spacingXS
-        width: account.width
+        // The type is named in no declaration, as that would load it at once.
+        readonly property bool isOpen: (item as AccountActions)?.isOpen ?? false
 
-        MenuRow {
-            destructive: true
-            symbol: "rectangle.portrait.and.arrow.right"
-            text: "退出登录"
-            onTriggered: account.logoutRequested()
+        anchors.fill: parent
+
+        function load() {
+            if (status === Loader.Null)
+                setSource("AccountActions.qml");
         }
+    }
+    Connections {
+        target: menu.item
+
+        function onLogoutRequested() { account.logoutRequested(); }
     }
 }

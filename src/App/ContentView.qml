@@ -20,7 +20,9 @@ Item {
     }
     function finishUpdateCheck() {
         isCheckingUpdate = false;
-        upToDateAlert.open();
+        if (upToDateAlert.status === Loader.Null)
+            upToDateAlert.setSource("UpToDateAlert.qml");
+        (upToDateAlert.item as UpToDateAlert).open();
     }
 
     Sidebar {
@@ -95,11 +97,9 @@ Item {
         interval: 0
         onTriggered: content.finishUpdateCheck()
     }
-    AlertDialog {
+    Loader {
         id: upToDateAlert
 
-        confirmText: "好"
-        message: "当前没有可用的更新。"
-        title: "已是最新版本"
+        anchors.fill: parent
     }
 }

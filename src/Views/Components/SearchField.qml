@@ -57,7 +57,7 @@ T.TextField {
     }
     IconButton {
         anchors.right: parent.right
-        focusPolicy: Qt.NoFocus
+        activeFocusOnTab: false
         symbol: "xmark.circle.fill"
         text: "清除"
         visible: field.text !== ""
