@@ -1,123 +1,78 @@
 #include "Control.h"
 
+#include "BodyReader.h"
 #include "Login.h"
+#include "Routes.h"
 
-#include <expected>
 #include <limits>
 
 namespace devserver {
 
 namespace {
 
-struct FaultOrder {
-    QByteArray method = "GET";
-    QString path;
-    Fault fault;
-    int times = FaultTable::UntilCleared;
-};
-
 constexpr int longestDelayMs = 10 * 60 * 1000;
 
-bool readInteger(const JSON &value, int least, int most, auto store)
-{
-    if (!value.is_number_integer() || value < least || value > most)
-        return false;
-    store(value.get<int>());
-    return true;
-}
+constexpr std::array drops{
+    Named<Drop>{"beforeAnswer", Drop::BeforeAnswer},
+    Named<Drop>{"midBody", Drop::MidBody},
+};
 
-bool readText(const JSON &value, auto store)
+Fault readFault(BodyReader &order)
 {
-    if (!value.is_string())
-        return false;
-    store(QByteArray::fromStdString(value.get<std::string>()));
-    return true;
-}
-
-bool readDrop(const JSON &value, Drop &drop)
-{
-    if (value == "beforeAnswer")
-        drop = Drop::BeforeAnswer;
-    else if (value == "midBody")
-        drop = Drop::MidBody;
-    return drop != Drop::Nowhere;
-}
-
-/// False when the key is unknown or its value is not what it takes.
-bool readKey(const std::string &key, const JSON &value, FaultOrder &order)
-{
-    Fault &fault = order.fault;
-    if (key == "method")
-        return readText(value, [&](const QByteArray &text) { order.method = text; });
-    if (key == "path")
-        return readText(value, [&](const QByteArray &text) { order.path = QString::fromUtf8(text); });
-    if (key == "times")
-        return readInteger(value, 1, std::numeric_limits<int>::max(), [&](int times) { order.times = times; });
-    if (key == "delayMs")
-        return readInteger(value, 0, longestDelayMs, [&](int ms) { fault.delay = std::chrono::milliseconds(ms); });
-    if (key == "status")
-        return readInteger(value, 200, 599, [&](int status) { fault.status = status; });
-    if (key == "body")
-        return readText(value, [&](const QByteArray &text) { fault.body = text; });
-    if (key == "contentType")
-        return readText(value, [&](const QByteArray &text) { fault.contentType = text; });
-    return key == "drop" && readDrop(value, fault.drop);
-}
-
-std::expected<FaultOrder, QString> readFaultOrder(const QByteArray &body)
-{
-    const JSON object = JSON::parse(body.begin(), body.end(), nullptr, false);
-    if (!object.is_object())
-        return std::unexpected(QStringLiteral("请求体不是 JSON 对象"));
-    FaultOrder order;
-    for (const auto &[key, value] : object.items()) {
-        if (!readKey(key, value, order))
-            return std::unexpected(QStringLiteral("键 %1 未知或取值不对").arg(QString::fromStdString(key)));
-    }
-    if (!order.path.startsWith(u'/') || isControlPath(order.path))
-        return std::unexpected(QStringLiteral("键 path 缺失或取值不对"));
-    return order;
-}
-
-/// The text under a key of an object; nothing in every other case.
-std::optional<std::string> textOf(const JSON &object, const char *key)
-{
-    if (!object.is_object() || !object.contains(key) || !object[key].is_string())
-        return {};
-    return object[key].get<std::string>();
+    Fault fault{.delay = std::chrono::milliseconds(order.integer("delayMs", 0, longestDelayMs).value_or(0)),
+                .drop = order.choice("drop", drops).value_or(Drop::Nowhere)};
+    if (const auto status = order.integer("status", 200, 599))
+        fault.status = int(*status);
+    if (const auto body = order.text("body"))
+        fault.body = body->toUtf8();
+    if (const auto contentType = order.text("contentType"))
+        fault.contentType = contentType->toUtf8();
+    return fault;
 }
 
 Response switchFaultOn(const QByteArray &body, FaultTable &faults)
 {
-    const auto order = readFaultOrder(body);
-    if (!order)
-        return failure(400, order.error());
-    faults.set(order->method, order->path, order->fault, order->times);
+    BodyReader order(body);
+    const Fault fault = readFault(order);
+    const QByteArray method = order.text("method").value_or(QStringLiteral("GET")).toUtf8();
+    const QString path = order.text("path").value_or(QString());
+    const auto times = order.integer("times", 1, std::numeric_limits<int>::max());
+    if (!path.startsWith(u'/') || isControlPath(path))
+        order.fail("path");
+    if (const QString error = order.error(); !error.isEmpty())
+        return failure(400, error);
+    faults.set(method, path, fault, int(times.value_or(FaultTable::UntilCleared)));
     return success(nullptr);
 }
 
 Response setLoginEnding(const QByteArray &body, ServerState &state)
 {
-    const JSON order = JSON::parse(body.begin(), body.end(), nullptr, false);
-    const auto ending = loginEndingNamed(textOf(order, "ending").value_or(std::string()));
-    if (!ending || order.size() != 1)
-        return failure(400, QStringLiteral("键 ending 缺失或取值不对，或另有未知的键"));
+    BodyReader order(body);
+    const auto ending = order.choice("ending", loginEndings);
+    if (!ending)
+        order.fail("ending");
+    if (const QString error = order.error(); !error.isEmpty())
+        return failure(400, error);
     state.loginEnding = *ending;
     return success(nullptr);
 }
 
 Response endTokens(const QByteArray &body, ServerState &state)
 {
-    const JSON order = JSON::parse(body.begin(), body.end(), nullptr, false);
-    const auto action = textOf(order, "action");
-    const auto userId = textOf(order, "userId");
-    const bool isWhole = order.size() == (userId ? 2 : 1);
-    if (!isWhole || (action != "expire" && action != "revoke"))
-        return failure(400, QStringLiteral("键 action 缺失或取值不对，或另有未知的键"));
-    const QString user = QString::fromStdString(userId.value_or(std::string()));
-    if (userId && !state.accounts.withId(user))
-        return failure(404, QStringLiteral("没有这个账户：%1").arg(user));
-    action == "expire" ? state.accounts.expireTokens(user) : state.accounts.revokeTokens(user);
+    static constexpr std::array actions{
+        Named<void (Accounts::*)(const QString &)>{"expire", &Accounts::expireTokens},
+        Named<void (Accounts::*)(const QString &)>{"revoke", &Accounts::revokeTokens},
+    };
+    BodyReader order(body);
+    const auto action = order.choice("action", actions);
+    const auto userId = order.text("userId");
+    if (!action)
+        order.fail("action");
+    if (const QString error = order.error(); !error.isEmpty())
+        return failure(400, error);
+    if (userId && !state.accounts.withId(*userId))
+        return failure(404, QStringLiteral("没有这个账户：%1").arg(*userId));
+    (state.accounts.**action)(userId.value_or(QString()));
     return success(nullptr);
 }
 
@@ -158,6 +113,8 @@ Response answerControl(const Request &request, ServerState &state, FaultTable &f
             list.push_back(describe(each));
         return success(std::move(list));
     }
+    if (const Route *route = findRoute(request.method, request.path))
+        return route->answer(state, request);
     return failure(404, QStringLiteral("没有这个控制接口：%1 %2").arg(QString::fromUtf8(request.method), request.path));
 }
 

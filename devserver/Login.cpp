@@ -12,19 +12,10 @@ namespace devserver {
 
 namespace {
 
+const QString title = QStringLiteral("登录 Vaelix");
+const QString failureTitle = QStringLiteral("无法登录");
 constexpr auto cookieName = "vaelix_login_phone";
 constexpr auto cookieAttributes = "; Path=/authorize; Max-Age=2592000; HttpOnly; SameSite=Lax";
-
-struct NamedEnding {
-    std::string_view name;
-    LoginEnding ending;
-};
-
-constexpr std::array endings{
-    NamedEnding{"script", LoginEnding::Script}, NamedEnding{"link", LoginEnding::Link},
-    NamedEnding{"form", LoginEnding::Form},     NamedEnding{"redirect", LoginEnding::Redirect},
-    NamedEnding{"meta", LoginEnding::Meta},
-};
 
 /// What the query of a login's addresses says.
 struct Authorization {
@@ -122,7 +113,7 @@ Response loginPage(const ServerState &state, const Authorization &authorization,
 {
     const QString query = QStringLiteral("client_id=vaelix&redirect_uri=") + percentEncoded(authorization.redirectURI)
         + QStringLiteral("&state=") + percentEncoded(authorization.state);
-    return page(200,
+    return page(200, title,
                 filled(QStringLiteral("Login.html"),
                        {{"query", escaped(query)},
                         {"way", escaped(form.way)},
@@ -131,15 +122,11 @@ Response loginPage(const ServerState &state, const Authorization &authorization,
                         {"accounts", accountButtons(state.accounts.all())}}));
 }
 
-Response redirect(const QString &address)
-{
-    return {.status = 302, .contentType = "text/html; charset=utf-8", .headers = {{"Location", address.toUtf8()}}};
-}
-
 Response welcome(Accounts &accounts, const Account &account, const Authorization &authorization)
 {
-    Response response = redirect(authorization.redirectURI + QStringLiteral("?code=") + accounts.issueLoginCode(account)
-                                 + QStringLiteral("&state=") + percentEncoded(authorization.state));
+    Response response = redirect(302,
+                                 authorization.redirectURI + QStringLiteral("?code=") + accounts.issueLoginCode(account)
+                                     + QStringLiteral("&state=") + percentEncoded(authorization.state));
     response.headers.append({"Set-Cookie", cookieName + ("=" + account.phone.toUtf8()) + cookieAttributes});
     return response;
 }
@@ -151,29 +138,23 @@ QString applicationAddress(const Account &account, const QString &token)
         + QStringLiteral("&display_name=") + percentEncoded(account.displayName);
 }
 
-Response callbackPage(const NamedEnding &ending, const QString &address)
+Response callbackPage(LoginEnding ending, const QString &address)
 {
     const HTML target = escaped(address);
-    const QByteArray name(ending.name.data(), qsizetype(ending.name.size()));
-    const HTML content = filled(QStringLiteral("Callback.html"), {{"ending", {name}}, {"target", target}});
-    if (ending.ending == LoginEnding::Meta)
-        return page(200, content, {"<meta http-equiv=\"refresh\" content=\"0;url=" + target.markup + "\">"});
-    return page(200, content);
+    const HTML content =
+        filled(QStringLiteral("Callback.html"), {{"ending", {nameOf(loginEndings, ending)}}, {"target", target}});
+    if (ending == LoginEnding::Meta)
+        return page(200, title, content, {"<meta http-equiv=\"refresh\" content=\"0;url=" + target.markup + "\">"});
+    return page(200, title, content);
 }
 
 } // namespace
-
-std::optional<LoginEnding> loginEndingNamed(std::string_view name)
-{
-    const auto found = std::ranges::find(endings, name, &NamedEnding::name);
-    return found == endings.end() ? std::nullopt : std::optional(found->ending);
-}
 
 Response answerAuthorize(ServerState &state, const Request &request)
 {
     const auto authorization = readAuthorization(request);
     if (!authorization)
-        return errorPage(400, authorization.error());
+        return errorPage(400, failureTitle, authorization.error());
     return loginPage(state, *authorization, {.phone = rememberedPhone(request)});
 }
 
@@ -191,13 +172,13 @@ Response answerLogin(ServerState &state, const Request &request)
 {
     const auto authorization = readAuthorization(request);
     if (!authorization)
-        return errorPage(400, authorization.error());
+        return errorPage(400, failureTitle, authorization.error());
     if (!isForm(request))
-        return errorPage(415, QStringLiteral("请求体不是表单"));
+        return errorPage(415, failureTitle, QStringLiteral("请求体不是表单"));
     const Fields form = readFields(request.body);
     const auto way = std::ranges::find(ways, field(form, QLatin1String("way")), &Way::name);
     if (way == ways.end())
-        return errorPage(400, QStringLiteral("未知的登录方式"));
+        return errorPage(400, failureTitle, QStringLiteral("未知的登录方式"));
     const Credentials account = way->check(state.accounts, form);
     if (account)
         return welcome(state.accounts, *account, *authorization);
@@ -211,11 +192,11 @@ Response answerCallback(ServerState &state, const Request &request)
     const Fields query = readFields(request.query.toUtf8());
     const Account *account = state.accounts.takeLoginCode(query.value(QStringLiteral("code")));
     if (!account)
-        return errorPage(400, QStringLiteral("登录已失效，请返回重新登录"));
+        return errorPage(400, failureTitle, QStringLiteral("登录已失效，请返回重新登录"));
     const QString address = applicationAddress(*account, state.accounts.issueToken(*account));
     if (state.loginEnding == LoginEnding::Redirect)
-        return redirect(address);
-    return callbackPage(*std::ranges::find(endings, state.loginEnding, &NamedEnding::ending), address);
+        return redirect(302, address);
+    return callbackPage(state.loginEnding, address);
 }
 
 } // namespace devserver

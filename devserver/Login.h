@@ -1,14 +1,15 @@
 #pragma once
 
+#include "Named.h"
 #include "ServerState.h"
-
-#include <optional>
-#include <string_view>
 
 namespace devserver {
 
-/// The ending called "script", "link", "form", "redirect" or "meta".
-std::optional<LoginEnding> loginEndingNamed(std::string_view name);
+inline constexpr std::array loginEndings{
+    Named<LoginEnding>{"script", LoginEnding::Script}, Named<LoginEnding>{"link", LoginEnding::Link},
+    Named<LoginEnding>{"form", LoginEnding::Form},     Named<LoginEnding>{"redirect", LoginEnding::Redirect},
+    Named<LoginEnding>{"meta", LoginEnding::Meta},
+};
 
 // The web login. Every address of it but the last carries the query of the first: "client_id" (vaelix),
 // "redirect_uri" (this server's own /auth/callback) and "state".

@@ -42,19 +42,31 @@ HTML filled(const QString &name, const QMap<QByteArray, HTML> &values)
     return {result + text.sliced(done)};
 }
 
-Response page(int status, const HTML &content, const HTML &head)
+Response document(int status, const HTML &whole)
 {
-    const HTML style{embedded(QStringLiteral("Style.css"))};
     return {.status = status,
-            .body =
-                filled(QStringLiteral("Frame.html"), {{"head", head}, {"style", style}, {"content", content}}).markup,
+            .body = whole.markup,
             .contentType = "text/html; charset=utf-8",
             .headers = {{"Cache-Control", "no-store"}}};
 }
 
-Response errorPage(int status, const QString &message)
+Response page(int status, const QString &title, const HTML &content, const HTML &head)
 {
-    return page(status, filled(QStringLiteral("Error.html"), {{"message", escaped(message)}}));
+    const HTML style{embedded(QStringLiteral("Style.css"))};
+    return document(status,
+                    filled(QStringLiteral("Frame.html"),
+                           {{"title", escaped(title)}, {"head", head}, {"style", style}, {"content", content}}));
+}
+
+Response errorPage(int status, const QString &title, const QString &message)
+{
+    return page(status, title,
+                filled(QStringLiteral("Error.html"), {{"title", escaped(title)}, {"message", escaped(message)}}));
+}
+
+Response redirect(int status, const QString &address)
+{
+    return {.status = status, .contentType = "text/html; charset=utf-8", .headers = {{"Location", address.toUtf8()}}};
 }
 
 } // namespace devserver

@@ -18,10 +18,16 @@ HTML escaped(const QString &text);
 /// value is a fault of the program and ends it.
 HTML filled(const QString &name, const QMap<QByteArray, HTML> &values);
 
-/// A whole page that is not kept in any cache. `head` goes into its head.
-Response page(int status, const HTML &content, const HTML &head = {});
+/// A whole document that is not kept in any cache.
+Response document(int status, const HTML &whole);
+
+/// Such a document in the server's own look. `head` goes into its head.
+Response page(int status, const QString &title, const HTML &content, const HTML &head = {});
 
 /// A page that says what went wrong.
-Response errorPage(int status, const QString &message);
+Response errorPage(int status, const QString &title, const QString &message);
+
+/// Leads a browser on to `address`: 302 as it likes, 303 by GET.
+Response redirect(int status, const QString &address);
 
 } // namespace devserver

@@ -1,6 +1,7 @@
 #include "Routes.h"
 
 #include "Login.h"
+#include "QQBot.h"
 #include "Session.h"
 
 #include <algorithm>
@@ -15,6 +16,15 @@ Response softwareCatalog(ServerState &state, const Request &)
     return success(state.catalog);
 }
 
+/// Whether a path is the row's, whose segment "*" stands for any one but the empty one.
+bool matches(QStringView rowPath, QStringView path)
+{
+    const auto expected = rowPath.split(u'/');
+    return std::ranges::equal(expected, path.split(u'/'), [](QStringView row, QStringView segment) {
+        return row == u"*" ? !segment.isEmpty() : row == segment;
+    });
+}
+
 constexpr std::array Routes{
     Route{"GET", u"/api/v1/software/catalog", softwareCatalog},
     Route{"GET", u"/authorize", answerAuthorize},
@@ -23,6 +33,11 @@ constexpr std::array Routes{
     Route{"GET", u"/auth/callback", answerCallback},
     Route{"GET", u"/auth/verify", answerVerify},
     Route{"POST", u"/auth/logout", answerLogout},
+    Route{"GET", u"/qqbot/openclaw/index.html", answerQQBot},
+    Route{"GET", u"/qqbot/openclaw/frame.html", answerQQBotFrame},
+    Route{"GET", u"/qqbot/openclaw/credentials", answerQQBotCredentials},
+    Route{"POST", u"/qqbot/openclaw/create", createQQBot},
+    Route{"POST", u"/_control/qqbot", controlQQBot},
 };
 
 } // namespace
@@ -30,7 +45,7 @@ constexpr std::array Routes{
 const Route *findRoute(QByteArrayView method, QStringView path)
 {
     const auto route = std::ranges::find_if(
-        Routes, [&](const Route &candidate) { return candidate.method == method && candidate.path == path; });
+        Routes, [&](const Route &candidate) { return candidate.method == method && matches(candidate.path, path); });
     return route == Routes.end() ? nullptr : &*route;
 }
 

@@ -4,7 +4,7 @@
 
 namespace devserver {
 
-/// One row of the table of everything the server answers.
+/// One row of the table of everything the server answers. A segment "*" of the path stands for any text.
 struct Route {
     QByteArrayView method;
     QStringView path;

@@ -14,11 +14,28 @@ enum class LoginEnding {
     Meta, // refreshes itself
 };
 
+/// How the QQ bot platform's page shows a bot's credentials.
+enum class QQBotShow {
+    Text, // as text of the page
+    Attributes, // in attributes only
+    IFrame, // as text of a frame inside the page
+    Late, // as text that a script fetches a moment after the page was loaded
+};
+
+/// The one bot that the QQ bot platform has.
+struct QQBot {
+    bool isCreated = false;
+    QString appId = QStringLiteral("1029384756");
+    QString appSecret = QStringLiteral("Kq7ZtB2xWm94LrVfYd81NcHs0PjEa6Ug");
+    QQBotShow show = QQBotShow::Text;
+};
+
 /// Everything the server knows; held in memory only.
 struct ServerState {
     JSON catalog = JSON::array();
     Accounts accounts;
     LoginEnding loginEnding = LoginEnding::Script;
+    QQBot qqBot;
 };
 
 } // namespace devserver

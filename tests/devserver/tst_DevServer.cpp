@@ -252,11 +252,13 @@ void tst_DevServer::badControlRequestIsRefusedAndChangesNothing_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("message");
-    const auto badKey = [](const char *key) { return QStringLiteral("键 %1 未知或取值不对").arg(QLatin1String(key)); };
+    const auto badKey = [](const char *key) {
+        return QStringLiteral("键 %1 未知、缺失或取值不对").arg(QLatin1String(key));
+    };
     const auto row = [](const char *keys) {
         return R"({"path":"/api/v1/software/catalog","status":500,)" + QByteArray(keys) + '}';
     };
-    const QString badPath = QStringLiteral("键 path 缺失或取值不对");
+    const QString badPath = badKey("path");
     QTest::newRow("no JSON") << QByteArray("delay") << QStringLiteral("请求体不是 JSON 对象");
     QTest::newRow("no object") << QByteArray("[]") << QStringLiteral("请求体不是 JSON 对象");
     QTest::newRow("no path") << QByteArray(R"({"status":500})") << badPath;

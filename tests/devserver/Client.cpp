@@ -1,0 +1,40 @@
+#include "Client.h"
+
+#include <QSignalSpy>
+
+QByteArray Reply::header(QByteArrayView name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (name.compare(key, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+Client::Client(devserver::ServerState state)
+    : m_server(std::move(state))
+    , m_origin(m_server.start(0).value().toUtf8())
+{
+}
+
+std::unique_ptr<QNetworkReply> Client::begin(const QByteArray &method, const QByteArray &path, const QByteArray &body,
+                                             const Headers &headers)
+{
+    QNetworkRequest request(QUrl::fromEncoded(m_origin + path));
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    for (const auto &[name, value] : headers)
+        request.setRawHeader(name, value);
+    return std::unique_ptr<QNetworkReply>(m_network.sendCustomRequest(request, method, body));
+}
+
+Reply Client::send(const QByteArray &method, const QByteArray &path, const QByteArray &body, const Headers &headers)
+{
+    const auto reply = begin(method, path, body, headers);
+    if (!reply->isFinished() && !QSignalSpy(reply.get(), &QNetworkReply::finished).wait())
+        qFatal("no answer to %s %s", method.constData(), path.constData());
+    return {.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+            .body = reply->readAll(),
+            .error = reply->error(),
+            .headers = reply->rawHeaderPairs()};
+}
