@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <optional>
 
 /// What "~/.openclaw/config.json" tells OpenClaw. It is only ever written, never read back.
 struct OpenClawConfig {
@@ -10,4 +11,7 @@ struct OpenClawConfig {
 
     /// Compact JSON with the keys "port" and "modelPath", in this order, and slashes escaped.
     QByteArray toJSON() const;
+
+    /// A port as it is typed: digits, after a sign or none.
+    static std::optional<qint64> portFromText(QStringView text);
 };

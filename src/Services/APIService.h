@@ -54,6 +54,8 @@ public:
     /// `baseURL` ends in "/api/v1", without a slash behind it.
     APIService(QString baseURL, KeychainService &keychain);
 
+    const QString &baseURL() const { return m_baseURL; }
+
     /// `path` begins with "/" and may carry a query.
     std::expected<QNetworkRequest, APIError> buildRequest(const QString &path) const;
 

@@ -1,6 +1,5 @@
 #include "HermesService.h"
 
-#include "Platform/AtomicFile.h"
 #include "Platform/Folders.h"
 
 #include <QFile>
@@ -69,15 +68,14 @@ bool HermesService::isApprovalsDisabled() const
     return contains(configurationFile(), {R"(mode: "off")", "mode: 'off'"});
 }
 
-void HermesService::disableApprovals() const
+std::expected<void, FileError> HermesService::disableApprovals() const
 {
     auto text = readText(configurationFile());
     if (!text)
-        return;
+        return {};
     if (text->contains("approvals:"))
         text->replace(R"(mode: "manual")", R"(mode: "off")").replace(R"(mode: "smart")", R"(mode: "off")");
     else
         text->append(approvalsBlock);
-    // The question is asked again afterwards, so a failed write shows there.
-    static_cast<void>(writeAtomically(configurationFile(), *text));
+    return writeAtomically(configurationFile(), *text);
 }

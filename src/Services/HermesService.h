@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "Platform/AtomicFile.h"
 
 struct Folders;
 
@@ -21,9 +21,9 @@ public:
 
     /// Tools run without asking.
     bool isApprovalsDisabled() const;
-    /// Makes it so, where the file can be read and written; else nothing changes. Only values in
-    /// double quotes are recognised.
-    void disableApprovals() const;
+    /// Makes it so; a file that cannot be read is left alone. Only values in double quotes are
+    /// recognised.
+    std::expected<void, FileError> disableApprovals() const;
 
 private:
     QString configurationFile() const;

@@ -2,7 +2,10 @@
 
 #include "Platform/Folders.h"
 #include "Platform/UserDefaults.h"
+#include "Platform/Workspace.h"
+#include "Services/HermesService.h"
 #include "Services/KeychainService.h"
+#include "Services/OpenClawService.h"
 #include "Services/SoftwareCatalogService.h"
 #include "Services/SoftwareDetectionService.h"
 #include "Services/SoftwareMonitorService.h"
@@ -44,7 +47,7 @@ SoftwareListViewModel::SoftwareListViewModel(QObject *parent)
     : SoftwareListViewModel({SoftwareCatalogService::shared(), SoftwareStore::shared(),
                              SoftwareDetectionService::shared(), SoftwareMonitorService::shared(),
                              SoftwareInstallService::shared(), KeychainService::shared(), UserDefaults::shared(),
-                             Folders::user()},
+                             Folders::user(), OpenClawService::shared(), HermesService::shared(), Workspace::shared()},
                             parent)
 {
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Models/AISoftware.h"
+#include "Models/OpenClawConfig.h"
 #include "Services/SoftwareInstallService.h"
 #include "SoftwareListModel.h"
 #include "TerminalOutput.h"
@@ -9,12 +10,15 @@
 #include <QPointer>
 #include <functional>
 
+class HermesService;
 class KeychainService;
+class OpenClawService;
 class SoftwareCatalogService;
 class SoftwareDetectionService;
 class SoftwareMonitorService;
 class SoftwareStore;
 class UserDefaults;
+class Workspace;
 struct Folders;
 
 /// Everything behind the software screens and the command line's `software` commands: builds the
@@ -35,6 +39,17 @@ class SoftwareListViewModel : public QObject
     Q_PROPERTY(bool showUserSwitchedAlert READ showUserSwitchedAlert WRITE setShowUserSwitchedAlert NOTIFY
                    showUserSwitchedAlertChanged)
     Q_PROPERTY(QStringList configuredSoftwareIds READ configuredSoftwareIds NOTIFY configuredSoftwareIdsChanged)
+    Q_PROPERTY(bool isQQBotConnected READ isQQBotConnected NOTIFY agentStateChanged)
+    Q_PROPERTY(bool isWeChatConnected READ isWeChatConnected NOTIFY agentStateChanged)
+    Q_PROPERTY(bool isApprovalsDisabled READ isApprovalsDisabled NOTIFY agentStateChanged)
+    Q_PROPERTY(bool isHermesTelegramConnected READ isHermesTelegramConnected NOTIFY agentStateChanged)
+    Q_PROPERTY(bool isHermesDiscordConnected READ isHermesDiscordConnected NOTIFY agentStateChanged)
+    Q_PROPERTY(bool isHermesWeChatConnected READ isHermesWeChatConnected NOTIFY agentStateChanged)
+    Q_PROPERTY(QString openClawPortText READ openClawPortText WRITE setOpenClawPortText NOTIFY openClawConfigChanged)
+    Q_PROPERTY(QString openClawModelPath READ openClawModelPath WRITE setOpenClawModelPath NOTIFY openClawConfigChanged)
+    Q_PROPERTY(
+        bool showOpenClawConfig READ showOpenClawConfig WRITE setShowOpenClawConfig NOTIFY showOpenClawConfigChanged)
+    Q_PROPERTY(bool showHermesGateway READ showHermesGateway WRITE setShowHermesGateway NOTIFY showHermesGatewayChanged)
 
 public:
     /// The value of selectedCategory that stands for all of them.
@@ -50,6 +65,9 @@ public:
         KeychainService &keychain;
         UserDefaults &defaults;
         const Folders &folders;
+        const OpenClawService &openClaw;
+        const HermesService &hermes;
+        const Workspace &workspace;
     };
 
     /// Wired to the shared services.
@@ -83,13 +101,26 @@ public:
     QCoro::Task<> stop(AISoftware *software);
     Q_INVOKABLE void cancelInstall(AISoftware *software);
 
-    // Agents
+    // Agents: what they are connected to stands in their own files, so it is read when a check runs.
 
     /// Runs the configuration command line with the account's cloud API credentials in its
     /// environment.
     QCoro::Task<> configure(AISoftware *software);
     /// Starts the OpenClaw gateway and returns at once; its output goes on into terminalOutput.
     QCoro::Task<> openChat(AISoftware *software);
+    /// Opens a terminal window in which the user talks to Hermes.
+    void openHermesChat();
+    /// Runs the gateway set-up of Hermes with the account's cloud API credentials in its environment.
+    QCoro::Task<> setupHermesGateway();
+    /// Lets the tools of the selected agent run without asking: Hermes where that is selected, else
+    /// OpenClaw, whose gateway is started anew.
+    QCoro::Task<> disableApprovals();
+    /// Writes the edited configuration and closes its sheet.
+    void saveOpenClawConfig();
+    void checkQQBotConnection();
+    void checkWeChatConnection();
+    void checkApprovalsStatus();
+    void checkHermesConnections();
 
     // State
 
@@ -111,6 +142,27 @@ public:
     bool showUserSwitchedAlert() const { return m_showUserSwitchedAlert; }
     void setShowUserSwitchedAlert(bool show);
 
+    bool isQQBotConnected() const { return m_agents.isQQBotConnected; }
+    /// Either agent is.
+    bool isWeChatConnected() const { return m_agents.isWeChatConnected; }
+    /// Tools of either agent run without asking.
+    bool isApprovalsDisabled() const { return m_agents.isApprovalsDisabled; }
+    bool isHermesTelegramConnected() const { return m_agents.isHermesTelegramConnected; }
+    bool isHermesDiscordConnected() const { return m_agents.isHermesDiscordConnected; }
+    bool isHermesWeChatConnected() const { return m_agents.isHermesWeChatConnected; }
+
+    /// The configuration being edited. Text that is no port leaves the port as it was.
+    const OpenClawConfig &openClawConfig() const { return m_openClawConfig; }
+    QString openClawPortText() const { return QString::number(m_openClawConfig.port); }
+    void setOpenClawPortText(const QString &text);
+    QString openClawModelPath() const { return m_openClawConfig.modelPath; }
+    void setOpenClawModelPath(const QString &path);
+    /// Whether their sheets are open.
+    bool showOpenClawConfig() const { return m_showOpenClawConfig; }
+    void setShowOpenClawConfig(bool show);
+    bool showHermesGateway() const { return m_showHermesGateway; }
+    void setShowHermesGateway(bool show);
+
 Q_SIGNALS:
     void selectedSoftwareChanged();
     void filterChanged();
@@ -119,12 +171,26 @@ Q_SIGNALS:
     void errorMessageChanged();
     void showUserSwitchedAlertChanged();
     void configuredSoftwareIdsChanged();
+    void agentStateChanged();
+    void openClawConfigChanged();
+    void showOpenClawConfigChanged();
+    void showHermesGatewayChanged();
 
 private:
     using SoftwarePointer = QPointer<AISoftware>;
     using Operation = SoftwareInstallService::Outcome (SoftwareInstallService::*)(
         QString, SoftwareCatalog::Entries, OutputHandler, SoftwareInstallService::StatusHandler);
     using StatusRule = void (*)(AISoftware &);
+
+    /// What the agents were last found connected to.
+    struct AgentState {
+        bool isQQBotConnected = false;
+        bool isWeChatConnected = false;
+        bool isApprovalsDisabled = false;
+        bool isHermesTelegramConnected = false;
+        bool isHermesDiscordConnected = false;
+        bool isHermesWeChatConnected = false;
+    };
 
     /// One run of an operation that owns the busy flag; what it still reports after it was
     /// cancelled no longer touches the software.
@@ -136,6 +202,7 @@ private:
     QCoro::Task<> operate(SoftwarePointer software, Operation operation, StatusRule rule);
     /// After an install or upgrade: reads the version and brings OpenClaw's gateway up anew.
     QCoro::Task<> finishInstall(SoftwarePointer software);
+    void forgetConnections(const QString &softwareId);
     /// What hands the account to a configuration command line; holds the key, so never shown.
     QString credentialPrefix() const;
 
@@ -159,4 +226,8 @@ private:
     QString m_errorMessage;
     QStringList m_configuredSoftwareIds;
     bool m_showUserSwitchedAlert = false;
+    AgentState m_agents;
+    OpenClawConfig m_openClawConfig;
+    bool m_showOpenClawConfig = false;
+    bool m_showHermesGateway = false;
 };

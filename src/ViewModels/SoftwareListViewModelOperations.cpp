@@ -1,9 +1,8 @@
-// Running operations on software; what builds and shows the list is in SoftwareListViewModel.cpp.
+// Running operations on software; what builds and shows the list is in SoftwareListViewModel.cpp,
+// and what only the agents can do in SoftwareListViewModelAgents.cpp.
 #include "SoftwareListViewModel.h"
 
-#include "Services/KeychainService.h"
 #include "Services/SoftwareStore.h"
-#include "Utilities/Deployment.h"
 
 #include <QCoroTimer>
 
@@ -54,9 +53,12 @@ QCoro::Task<> SoftwareListViewModel::upgrade(AISoftware *software)
 QCoro::Task<> SoftwareListViewModel::uninstall(AISoftware *software)
 {
     const QPointer self(this);
+    const QString id = software->id();
     co_await operate(software, &SoftwareInstallService::uninstall, forgetInstallation);
-    if (self)
-        checkConfigStatus();
+    if (!self)
+        co_return;
+    checkConfigStatus();
+    forgetConnections(id);
 }
 
 QCoro::Task<> SoftwareListViewModel::operate(SoftwarePointer software, Operation operation, StatusRule rule)
@@ -92,7 +94,7 @@ QCoro::Task<> SoftwareListViewModel::finishInstall(SoftwarePointer software)
     if (!self || !software || software->id() != QLatin1String("openclaw")
         || software->status() != SoftwareStatus::Installed || !m_errorMessage.isEmpty())
         co_return;
-    const auto discard = [](QUtf8StringView) { };
+    const auto discard = [](QUtf8StringView) {};
     co_await m_services.installer.shell().runWithStreaming(
         QStringLiteral("pkill -f openclaw-gateway 2>/dev/null; pkill -x openclaw 2>/dev/null; sleep 1"), discard);
     if (self && software)
@@ -146,49 +148,6 @@ void SoftwareListViewModel::cancelInstall(AISoftware *software)
     m_services.store.save(*software);
     setIsOperating(false);
     print(QStringLiteral("\n⚠️ 已取消\n"));
-}
-
-QCoro::Task<> SoftwareListViewModel::configure(AISoftware *software)
-{
-    const QPointer self(this);
-    const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(m_catalog, software->id());
-    if (!entry || entry->configCommand.isEmpty()) {
-        setErrorMessage(QStringLiteral("该软件没有配置命令"));
-        co_return;
-    }
-    const int operation = beginOperation();
-    const QString commandLine = credentialPrefix() + entry->configCommand;
-    print(QStringLiteral(">>> 执行配置 (已注入 API 凭据)\n"));
-    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(commandLine, outputHandler());
-    if (!self)
-        co_return;
-    if (!exitCode) {
-        print(QStringLiteral("❌ 执行失败: %1\n").arg(exitCode.error().description));
-        setErrorMessage(exitCode.error().description);
-    } else if (*exitCode != 0) {
-        print(QStringLiteral("\n❌ 配置失败 (exit code: %1)\n").arg(*exitCode));
-        setErrorMessage(QStringLiteral("配置脚本执行失败"));
-    } else {
-        print(QStringLiteral("\n✅ 配置完成\n"));
-        checkConfigStatus();
-    }
-    endOperation(operation);
-}
-
-QString SoftwareListViewModel::credentialPrefix() const
-{
-    const QString key = m_services.keychain.get(QStringLiteral("user_api_key")).value_or(QString());
-    return QStringLiteral("export QUENDA_API_KEY='") + key + QStringLiteral("' QUENDA_API_URL='")
-        + Deployment::cloudAPIOrigin() + QStringLiteral("/v1' && ");
-}
-
-QCoro::Task<> SoftwareListViewModel::openChat(AISoftware *)
-{
-    m_terminalOutput.clear();
-    print(QStringLiteral(">>> 启动 OpenClaw Gateway...\n"));
-    // The gateway runs on; how it ends is nobody's concern here.
-    m_services.installer.shell().runWithStreaming(QStringLiteral("~/.openclaw/bin/openclaw gateway"), outputHandler());
-    co_return;
 }
 
 int SoftwareListViewModel::beginOperation()

@@ -8,6 +8,20 @@
 #include <sstream>
 #include <unistd.h>
 
+namespace {
+
+/// One without a terminal, until a test puts one into ~/terminals.
+QProcessEnvironment workspaceEnvironment(const QString &home)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PATH"), home + QStringLiteral("/terminals"));
+    environment.insert(QStringLiteral("HOME"), home);
+    environment.remove(QStringLiteral("TERMINAL"));
+    return environment;
+}
+
+} // namespace
+
 Scratch::Scratch(const QString &serverOrigin)
     : folders(Folders::under(home.path()))
     , bundle(path(QStringLiteral("Contents")))
@@ -20,6 +34,9 @@ Scratch::Scratch(const QString &serverOrigin)
     , detection(shell)
     , monitor(shell)
     , installer(shell, detection)
+    , openClaw(folders)
+    , hermes(folders)
+    , workspace(workspaceEnvironment(home.path()))
 {
 }
 
@@ -44,7 +61,7 @@ void Scratch::setCatalog(const SoftwareCatalog::Entries &entries) const
 
 SoftwareListViewModel::Services Scratch::services()
 {
-    return {catalog, store, detection, monitor, installer, keychain, defaults, folders};
+    return {catalog, store, detection, monitor, installer, keychain, defaults, folders, openClaw, hermes, workspace};
 }
 
 SoftwareCatalogEntry testEntry(const QString &id)

@@ -3,8 +3,11 @@
 #include "Platform/Bundle.h"
 #include "Platform/Folders.h"
 #include "Platform/UserDefaults.h"
+#include "Platform/Workspace.h"
 #include "Services/APIService.h"
+#include "Services/HermesService.h"
 #include "Services/KeychainService.h"
+#include "Services/OpenClawService.h"
 #include "Services/ShellService.h"
 #include "Services/SoftwareCatalogService.h"
 #include "Services/SoftwareDetectionService.h"
@@ -46,6 +49,9 @@ public:
     SoftwareDetectionService detection;
     SoftwareMonitorService monitor;
     SoftwareInstallService installer;
+    OpenClawService openClaw;
+    HermesService hermes;
+    Workspace workspace;
 };
 
 /// An entry whose command lines do nothing, to be changed where a test needs it.

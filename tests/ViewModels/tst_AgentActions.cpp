@@ -1,0 +1,257 @@
+// What the software screens can do with the agents beyond installing and running them.
+
+#include "Support/Scratch.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString hermesFile = u".hermes/config.yaml"_s;
+const QString approvalsFile = u".openclaw/exec-approvals.json"_s;
+
+/// Both agents in a scratch home where no process can be ended, only noted.
+struct Agents {
+    Agents()
+    {
+        scratch.write(u".zprofile"_s,
+                      "lsof() { print 4711 }\n"
+                      "kill() { print -r - kill $* >> ~/calls }\n"
+                      "sleep() { }\n"
+                      "hermes() { print -r - hermes $* \"<$QUENDA_API_KEY>\"; "
+                      "[[ ! -e ~/fails ]] || return 4 }\n");
+        const QString agent = u".openclaw/bin/openclaw"_s;
+        scratch.write(agent, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n");
+        QFile::setPermissions(scratch.path(agent), QFile::ReadOwner | QFile::ExeOwner);
+        QDir().mkpath(scratch.path(u".openclaw/logs"_s));
+        scratch.setCatalog({testEntry(u"openclaw"_s), testEntry(u"hermes"_s)});
+        QCoro::waitFor(viewModel.loadData());
+    }
+
+    void select(const QString &id) { viewModel.setSelectedSoftware(viewModel.software(id)); }
+    QString output() { return QString::fromUtf8(viewModel.terminalOutput()->text()); }
+
+    Scratch scratch;
+    SoftwareListViewModel viewModel{scratch.services()};
+};
+
+} // namespace
+
+class tst_AgentActions : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void connectionsAreReadFromTheFiles();
+    void uninstallForgetsConnections();
+    void disableApprovalsOfOpenClaw();
+    void disableApprovalsOfHermes_data();
+    void disableApprovalsOfHermes();
+    void failedWritesAreTold();
+    void hermesGateway_data();
+    void hermesGateway();
+    void hermesChat();
+    void portText_data();
+    void portText();
+    void savingTheConfiguration();
+};
+
+void tst_AgentActions::connectionsAreReadFromTheFiles()
+{
+    Agents agents;
+    SoftwareListViewModel &viewModel = agents.viewModel;
+    viewModel.checkQQBotConnection();
+    viewModel.checkWeChatConnection();
+    viewModel.checkApprovalsStatus();
+    viewModel.checkHermesConnections();
+    QVERIFY(!viewModel.isQQBotConnected() && !viewModel.isWeChatConnected() && !viewModel.isApprovalsDisabled());
+
+    agents.scratch.write(u".openclaw/qqbot/state"_s, {});
+    agents.scratch.write(hermesFile, "gateway: [discord, wecom]\napprovals:\n  mode: 'off'\n");
+    QVERIFY(!viewModel.isQQBotConnected());
+    QSignalSpy changed(&viewModel, &SoftwareListViewModel::agentStateChanged);
+    viewModel.checkQQBotConnection();
+    viewModel.checkWeChatConnection();
+    viewModel.checkApprovalsStatus();
+    viewModel.checkHermesConnections();
+    QCOMPARE(changed.count(), 4);
+    QVERIFY(viewModel.isQQBotConnected() && viewModel.isWeChatConnected() && viewModel.isApprovalsDisabled());
+    QVERIFY(!viewModel.isHermesTelegramConnected() && viewModel.isHermesDiscordConnected()
+            && viewModel.isHermesWeChatConnected());
+}
+
+void tst_AgentActions::uninstallForgetsConnections()
+{
+    Agents agents;
+    SoftwareListViewModel &viewModel = agents.viewModel;
+    agents.scratch.write(u".openclaw/qqbot"_s, {});
+    agents.scratch.write(hermesFile, "telegram discord weixin");
+    viewModel.checkQQBotConnection();
+    viewModel.checkWeChatConnection();
+    viewModel.checkHermesConnections();
+    QCoro::waitFor(viewModel.uninstall(viewModel.software(u"openclaw"_s)));
+    QVERIFY(!viewModel.isQQBotConnected() && !viewModel.isWeChatConnected());
+    QVERIFY(viewModel.isHermesTelegramConnected());
+    QCoro::waitFor(viewModel.uninstall(viewModel.software(u"hermes"_s)));
+    QVERIFY(!viewModel.isHermesTelegramConnected() && !viewModel.isHermesDiscordConnected()
+            && !viewModel.isHermesWeChatConnected());
+}
+
+void tst_AgentActions::disableApprovalsOfOpenClaw()
+{
+    Agents agents;
+    agents.select(u"openclaw"_s);
+    QCoro::waitFor(agents.viewModel.disableApprovals());
+    QVERIFY(agents.viewModel.isApprovalsDisabled());
+    QVERIFY(agents.viewModel.errorMessage().isEmpty());
+    QCOMPARE(agents.scratch.read(approvalsFile).size(), 109);
+    QTRY_COMPARE(agents.scratch.read(u"calls"_s), "kill 4711\ngateway\n");
+}
+
+void tst_AgentActions::disableApprovalsOfHermes_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::newRow("mode set") << QByteArray("approvals:\n  mode: \"smart\"\n")
+                              << QByteArray("approvals:\n  mode: \"off\"\n");
+    QTest::newRow("no mode") << QByteArray(
+        "model: x") << QByteArray("model: x\n# 关闭工具调用询问（等同 --yolo）\napprovals:\n  mode: \"off\"\n");
+    QTest::newRow("no file") << QByteArray() << QByteArray();
+}
+
+void tst_AgentActions::disableApprovalsOfHermes()
+{
+    QFETCH(QByteArray, before);
+    Agents agents;
+    agents.select(u"hermes"_s);
+    if (!before.isEmpty())
+        agents.scratch.write(hermesFile, before);
+    QCoro::waitFor(agents.viewModel.disableApprovals());
+    QTEST(agents.scratch.read(hermesFile), "after");
+    QVERIFY(agents.viewModel.isApprovalsDisabled());
+    QVERIFY(!QFile::exists(agents.scratch.path(approvalsFile)));
+    QVERIFY(!QFile::exists(agents.scratch.path(u"calls"_s)));
+}
+
+void tst_AgentActions::failedWritesAreTold()
+{
+    Agents agents;
+    SoftwareListViewModel &viewModel = agents.viewModel;
+    // Folders stand where the files are to go.
+    agents.scratch.write(approvalsFile + u"/x"_s, {});
+    agents.scratch.write(u".openclaw/config.json/x"_s, {});
+
+    QCoro::waitFor(viewModel.disableApprovals());
+    QCOMPARE(
+        viewModel.errorMessage(),
+        u"写入 exec-approvals.json 失败：无法写入 %1：该位置是一个文件夹"_s.arg(agents.scratch.path(approvalsFile)));
+    QVERIFY(!viewModel.isApprovalsDisabled());
+    QVERIFY(!QFile::exists(agents.scratch.path(u"calls"_s)));
+
+    viewModel.setShowOpenClawConfig(true);
+    viewModel.saveOpenClawConfig();
+    QVERIFY(!viewModel.showOpenClawConfig());
+    QCOMPARE(viewModel.errorMessage(),
+             u"无法写入 %1：该位置是一个文件夹"_s.arg(agents.scratch.path(u".openclaw/config.json"_s)));
+}
+
+void tst_AgentActions::hermesGateway_data()
+{
+    QTest::addColumn<bool>("fails");
+    QTest::addColumn<QString>("output");
+    QTest::newRow("done") << false << u">>> 配置 Hermes 网关平台...\nhermes gateway setup <k-1>\n\n✅ 网关配置完成\n"_s;
+    QTest::newRow("failed")
+        << true << u">>> 配置 Hermes 网关平台...\nhermes gateway setup <k-1>\n\n❌ 配置失败 (exit code: 4)\n"_s;
+}
+
+void tst_AgentActions::hermesGateway()
+{
+    QFETCH(bool, fails);
+    Agents agents;
+    agents.scratch.keychain.save(u"user_api_key"_s, u"k-1"_s);
+    agents.scratch.write(hermesFile, "telegram");
+    if (fails)
+        agents.scratch.write(u"fails"_s, {});
+    auto running = agents.viewModel.setupHermesGateway();
+    QVERIFY(agents.viewModel.isOperating());
+    QCoro::waitFor(std::move(running));
+    QVERIFY(!agents.viewModel.isOperating());
+    QTEST(agents.output(), "output");
+    QVERIFY(agents.viewModel.errorMessage().isEmpty());
+    QCOMPARE(agents.viewModel.isHermesTelegramConnected(), !fails);
+    QCOMPARE(agents.viewModel.configuredSoftwareIds().contains(u"hermes"_s), !fails);
+}
+
+void tst_AgentActions::hermesChat()
+{
+    Agents agents;
+    agents.viewModel.openHermesChat();
+    QCOMPARE(agents.viewModel.errorMessage(), u"没有找到终端程序，请安装一个终端后重试"_s);
+
+    const QString terminal = u"terminals/x-terminal-emulator"_s;
+    agents.scratch.write(terminal, "#!/bin/sh\necho \"$*\" > \"$HOME/new\"; /bin/mv \"$HOME/new\" \"$HOME/started\"\n");
+    QFile::setPermissions(agents.scratch.path(terminal), QFile::ReadOwner | QFile::ExeOwner);
+    agents.viewModel.openHermesChat();
+    QTRY_COMPARE(agents.scratch.read(u"started"_s), "-e /bin/bash /tmp/hermes-chat.command\n");
+
+    QFile script(u"/tmp/hermes-chat.command"_s);
+    QVERIFY(script.open(QIODevice::ReadOnly));
+    QCOMPARE(
+        QString::fromUtf8(script.readAll()),
+        u"#!/bin/bash\n# 切换当前终端窗口为 Pro（深色）profile\nosascript -e 'tell application \"Terminal\" to set "
+        "current settings of front window to settings set \"Pro\"' 2>/dev/null\nexport PATH=\"%1/.local/bin:$PATH\""
+        "\nclear\nhermes chat"_s.arg(agents.scratch.home.path()));
+    QCOMPARE(script.permissions() & QFile::Permissions(0x0777),
+             QFile::ReadUser | QFile::WriteUser | QFile::ExeUser | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
+                 | QFile::ExeOther);
+    QVERIFY(script.remove());
+}
+
+void tst_AgentActions::portText_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qint64>("port");
+    const qint64 unchanged = 8080;
+    QTest::newRow("usual") << u"18789"_s << qint64(18789);
+    QTest::newRow("plus") << u"+80"_s << qint64(80);
+    QTest::newRow("minus") << u"-1"_s << qint64(-1);
+    QTest::newRow("largest") << u"9223372036854775807"_s << std::numeric_limits<qint64>::max();
+    QTest::newRow("smallest") << u"-9223372036854775808"_s << std::numeric_limits<qint64>::min();
+    QTest::newRow("too large") << u"9223372036854775808"_s << unchanged;
+    QTest::newRow("letter") << u"80a"_s << unchanged;
+    QTest::newRow("space before") << u" 80"_s << unchanged;
+    QTest::newRow("space after") << u"80 "_s << unchanged;
+    QTest::newRow("space after the sign") << u"+ 80"_s << unchanged;
+    QTest::newRow("empty") << u""_s << unchanged;
+    QTest::newRow("sign only") << u"-"_s << unchanged;
+    QTest::newRow("two signs") << u"+-1"_s << unchanged;
+    QTest::newRow("fraction") << u"80.0"_s << unchanged;
+    QTest::newRow("exponent") << u"1e3"_s << unchanged;
+    QTest::newRow("grouped") << u"18,789"_s << unchanged;
+    QTest::newRow("wide digits") << u"８０"_s << unchanged;
+}
+
+void tst_AgentActions::portText()
+{
+    QFETCH(QString, text);
+    Agents agents;
+    agents.viewModel.setOpenClawPortText(text);
+    QTEST(agents.viewModel.openClawConfig().port, "port");
+}
+
+void tst_AgentActions::savingTheConfiguration()
+{
+    Agents agents;
+    agents.viewModel.setShowOpenClawConfig(true);
+    agents.viewModel.setOpenClawPortText(u"18789"_s);
+    agents.viewModel.setOpenClawModelPath(u"/models/a"_s);
+    agents.viewModel.saveOpenClawConfig();
+    QVERIFY(!agents.viewModel.showOpenClawConfig());
+    QCOMPARE(agents.scratch.read(u".openclaw/config.json"_s), R"({"port":18789,"modelPath":"\/models\/a"})");
+}
+
+QTEST_GUILESS_MAIN(tst_AgentActions)
+#include "tst_AgentActions.moc"
