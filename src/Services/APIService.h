@@ -25,6 +25,7 @@ public:
     }
 
     Kind kind() const { return m_kind; }
+    const QString &text() const { return m_text; }
     /// The sentence the user sees.
     QString description() const;
 

@@ -94,7 +94,11 @@ const TokenPackage &package(int index)
 /// A signed-in account on a server that answers as it is told, and the view model over it.
 struct Fixture {
     Fixture() { auth.handleCallback(QUrl(u"x-vaelix://callback?token=t&user_id=u"_s)); }
-    ~Fixture() { scratch.keychain.remove(u"auth_token"_s); }
+    ~Fixture()
+    {
+        for (const QString &key : {u"auth_token"_s, u"user_id"_s})
+            scratch.keychain.remove(key);
+    }
 
     void answer(const QString &path, const QByteArray &data, const QByteArray &method = "GET")
     {
