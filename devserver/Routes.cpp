@@ -3,6 +3,7 @@
 #include "Login.h"
 #include "QQBot.h"
 #include "Session.h"
+#include "WeixinPlugin.h"
 
 #include <algorithm>
 #include <array>
@@ -27,6 +28,10 @@ bool matches(QStringView rowPath, QStringView path)
 
 constexpr std::array Routes{
     Route{"GET", u"/api/v1/software/catalog", softwareCatalog},
+    Route{"GET", u"/api/v1/software/files/weixin/download", answerWeixinDownload},
+    Route{"POST", u"/weixin/login", answerWeixinLogin},
+    Route{"GET", u"/weixin/login", answerWeixinState},
+    Route{"GET", u"/weixin/scan", answerWeixinScan},
     Route{"GET", u"/authorize", answerAuthorize},
     Route{"POST", u"/authorize/code", answerPhoneCode},
     Route{"POST", u"/authorize/login", answerLogin},

@@ -2,6 +2,7 @@
 
 #include "Accounts.h"
 #include "HTTPMessage.h"
+#include "WeixinPlugin.h"
 
 namespace devserver {
 
@@ -36,6 +37,7 @@ struct ServerState {
     Accounts accounts;
     LoginEnding loginEnding = LoginEnding::Script;
     QQBot qqBot;
+    WeixinLogins weixinLogins;
 };
 
 } // namespace devserver
