@@ -43,6 +43,18 @@ const Account *Accounts::withPhone(QStringView phone) const
     return find(m_accounts, phone, &Account::phone);
 }
 
+const Account *Accounts::withAPIKey(QStringView apiKey) const
+{
+    return find(m_accounts, apiKey, &Account::apiKey);
+}
+
+void Accounts::setPassword(const QString &userId, const QString &password)
+{
+    const auto account = std::ranges::find(m_accounts, userId, &Account::userId);
+    if (account != m_accounts.end())
+        account->password = password;
+}
+
 QString Accounts::sendPhoneCode(const Account &account)
 {
     const int code = QRandomGenerator::system()->bounded(1'000'000);

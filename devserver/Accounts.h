@@ -30,6 +30,9 @@ public:
     /// The account, or nothing; valid while this object is.
     const Account *withId(QStringView userId) const;
     const Account *withPhone(QStringView phone) const;
+    const Account *withAPIKey(QStringView apiKey) const;
+
+    void setPassword(const QString &userId, const QString &password);
 
     /// Six digits that stand for the account's password once; they replace the ones sent before.
     QString sendPhoneCode(const Account &account);

@@ -2,13 +2,13 @@
 
 #include "Control.h"
 #include "Routes.h"
+#include "Transmission.h"
 
 #include <QHttpServerRequest>
 #include <QMetaEnum>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
-#include <algorithm>
 
 namespace devserver {
 
@@ -36,28 +36,6 @@ QString reason(const QTcpServer &server)
     }
 }
 
-/// The bytes to send; one block, because a second one would wait for the client's delayed acknowledgement.
-QByteArray onTheWire(const Response &response, Drop drop)
-{
-    switch (drop) {
-    case Drop::BeforeAnswer:
-        return {};
-    case Drop::MidBody:
-        return response.head(std::max<qsizetype>(response.body.size(), 1))
-            + response.body.first(response.body.size() / 2);
-    case Drop::Nowhere:
-        break;
-    }
-    return response.head(response.body.size()) + response.body;
-}
-
-/// Every connection carries one exchange, so that a broken one leaves nothing behind for the next.
-void send(const Response &response, Drop drop, QTcpSocket *socket)
-{
-    socket->write(onTheWire(response, drop));
-    socket->disconnectFromHost();
-}
-
 } // namespace
 
 DevServer::DevServer(ServerState state, QObject *parent)
@@ -79,7 +57,7 @@ bool DevServer::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket 
 {
     const Request request = received(httpRequest);
     if (isControlPath(request.path))
-        send(answerControl(request, m_state, m_faults, m_requests), Drop::Nowhere, socket);
+        transmit(answerControl(request, m_state, m_faults, m_requests), Drop::Nowhere, socket);
     else
         answerWithFault(request, socket);
     return true;
@@ -104,10 +82,10 @@ void DevServer::answerWithFault(const Request &request, QTcpSocket *socket)
     const Fault fault = m_faults.take(request.method, request.path);
     const Response response = fault.applyTo(answer(request));
     if (fault.delay.count() == 0) {
-        send(response, fault.drop, socket);
+        transmit(response, fault.drop, socket);
         return;
     }
-    QTimer::singleShot(fault.delay, socket, [=] { send(response, fault.drop, socket); });
+    QTimer::singleShot(fault.delay, socket, [=] { transmit(response, fault.drop, socket); });
 }
 
 } // namespace devserver

@@ -11,10 +11,12 @@ QByteArray Request::header(QByteArrayView name) const
     return {};
 }
 
-QByteArray Response::head(qsizetype contentLength) const
+QByteArray Response::head(std::optional<qsizetype> contentLength) const
 {
-    QByteArray lines = "HTTP/1.1 " + QByteArray::number(status) + " \r\nContent-Type: " + contentType
-        + "\r\nContent-Length: " + QByteArray::number(contentLength) + "\r\nConnection: close\r\n";
+    QByteArray lines =
+        "HTTP/1.1 " + QByteArray::number(status) + " \r\nContent-Type: " + contentType + "\r\nConnection: close\r\n";
+    if (contentLength)
+        lines += "Content-Length: " + QByteArray::number(*contentLength) + "\r\n";
     for (const auto &[name, value] : headers)
         lines += name + ": " + value + "\r\n";
     return lines + "\r\n";

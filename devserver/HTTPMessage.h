@@ -4,7 +4,9 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <chrono>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace devserver {
 
@@ -22,14 +24,23 @@ struct Request {
     QByteArray header(QByteArrayView name) const;
 };
 
+/// How a body goes over the wire.
+struct Delivery {
+    bool announcesLength = true; // else the end of the connection ends the body
+    qsizetype pieceSize = 0; // bytes; 0 for everything at once
+    std::chrono::milliseconds pause{0}; // between two pieces
+    std::optional<qsizetype> cutAfter; // bytes of the body after which the connection breaks off
+};
+
 struct Response {
     int status = 200;
     QByteArray body;
     QByteArray contentType = "application/json; charset=utf-8";
     QList<QPair<QByteArray, QByteArray>> headers; // further ones; neither names nor values hold line ends
+    Delivery delivery;
 
-    /// Status line and headers. They announce `contentLength` bytes of body and the end of the connection.
-    QByteArray head(qsizetype contentLength) const;
+    /// Status line and headers. They announce the end of the connection and, if known, the bytes of body before it.
+    QByteArray head(std::optional<qsizetype> contentLength) const;
 };
 
 /// Status 200 with the account server's envelope around `data`: code 0, message "ok".

@@ -1,8 +1,11 @@
 #include "Routes.h"
 
+#include "CloudAPI.h"
 #include "Login.h"
+#include "Payment.h"
 #include "QQBot.h"
 #include "Session.h"
+#include "TokenAccount.h"
 #include "WeixinPlugin.h"
 
 #include <algorithm>
@@ -32,6 +35,17 @@ constexpr std::array Routes{
     Route{"POST", u"/weixin/login", answerWeixinLogin},
     Route{"GET", u"/weixin/login", answerWeixinState},
     Route{"GET", u"/weixin/scan", answerWeixinScan},
+    Route{"GET", u"/api/v1/token/balance", answerBalance},
+    Route{"GET", u"/api/v1/token/packages", answerPackages},
+    Route{"GET", u"/api/v1/token/transactions", answerTransactions},
+    Route{"GET", u"/api/v1/token/usage/weekly", answerWeeklyUsage},
+    Route{"POST", u"/api/v1/token/recharge", answerRecharge},
+    Route{"GET", u"/api/v1/token/recharge/*/status", answerRechargeStatus},
+    Route{"POST", u"/api/v1/user/change-password", answerChangePassword},
+    Route{"GET", u"/v1/models", answerModels},
+    Route{"POST", u"/v1/chat/completions", answerChatCompletion},
+    Route{"GET", u"/pay/*", answerPaymentPage},
+    Route{"POST", u"/pay/*", answerPay},
     Route{"GET", u"/authorize", answerAuthorize},
     Route{"POST", u"/authorize/code", answerPhoneCode},
     Route{"POST", u"/authorize/login", answerLogin},
@@ -43,6 +57,10 @@ constexpr std::array Routes{
     Route{"GET", u"/qqbot/openclaw/credentials", answerQQBotCredentials},
     Route{"POST", u"/qqbot/openclaw/create", createQQBot},
     Route{"POST", u"/_control/qqbot", controlQQBot},
+    Route{"POST", u"/_control/orders", controlOrders},
+    Route{"GET", u"/_control/orders", listOrders},
+    Route{"POST", u"/_control/history", controlHistory},
+    Route{"POST", u"/_control/balance", controlBalance},
 };
 
 } // namespace

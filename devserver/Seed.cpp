@@ -1,5 +1,7 @@
 #include "Seed.h"
 
+#include "History.h"
+
 #include <QFile>
 #include <array>
 
@@ -67,7 +69,9 @@ std::expected<ServerState, QString> readSeed(const QString &catalogFile)
     const auto accounts = embeddedAccounts();
     if (!accounts)
         return std::unexpected(accounts.error());
-    return ServerState{.catalog = std::move(*catalog), .accounts = *accounts};
+    ServerState state{.catalog = std::move(*catalog), .accounts = *accounts};
+    state.ledger = seededLedger(state.accounts, state.now());
+    return state;
 }
 
 } // namespace devserver

@@ -2,7 +2,11 @@
 
 #include "Accounts.h"
 #include "HTTPMessage.h"
+#include "Ledger.h"
+#include "Orders.h"
 #include "WeixinPlugin.h"
+
+#include <functional>
 
 namespace devserver {
 
@@ -37,6 +41,11 @@ struct ServerState {
     Accounts accounts;
     LoginEnding loginEnding = LoginEnding::Script;
     QQBot qqBot;
+    Ledger ledger;
+    Orders orders;
+    qsizetype transactionsPerPage = 100;
+    qint64 completions = 0; // of the cloud model API so far
+    std::function<QDateTime()> now = QDateTime::currentDateTimeUtc;
     WeixinLogins weixinLogins;
 };
 
