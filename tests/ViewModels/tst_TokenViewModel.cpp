@@ -502,13 +502,20 @@ void tst_TokenViewModel::twoOrdersInARow()
 void tst_TokenViewModel::twoOrdersAtOnce()
 {
     Fixture fixture;
-    fixture.answer(u"/recharge"_s, order("N"), "POST");
+    // The answer about the first one comes last.
+    connect(&fixture.server, &devserver::DevServer::requestRecorded, this, [&fixture] {
+        const bool isFirst = fixture.server.requests().last().body.contains("basic");
+        fixture.server.faults().set(
+            "POST", u"/api/v1/token/recharge"_s,
+            {.delay = isFirst ? 50ms : 0ms, .status = 200, .body = envelope(order(isFirst ? "N" : "M"))});
+    });
     auto first = fixture.viewModel->purchase(package(0));
     auto second = fixture.viewModel->purchase(package(1));
-    QCoro::waitFor(std::move(first));
     QCoro::waitFor(std::move(second));
+    QVERIFY(!first.isReady());
+    QCoro::waitFor(std::move(first));
     QVERIFY(!fixture.viewModel->isPurchasing() && fixture.viewModel->isPolling());
-    QCOMPARE(fixture.viewModel->paymentPackageName(), u"标准版"_s);
+    QCOMPARE(fixture.viewModel->paymentOrderNo() + fixture.viewModel->paymentPackageName(), u"M标准版"_s);
     QCOMPARE(fixture.clock.sleepers(), 1);
 }
 
