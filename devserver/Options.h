@@ -9,6 +9,7 @@ namespace devserver {
 struct Options {
     quint16 port = 0;
     QString catalogFile; // the embedded one unless given
+    QString updateImage; // none when empty
     bool help = false;
 };
 

@@ -59,9 +59,14 @@ QString lastSegment(const QString &path)
     return path.section(u'/', -1);
 }
 
-std::string priceText(const Package &package)
+QByteArray priceText(const Package &package)
 {
-    return QStringLiteral("%1").arg(package.price, 0, 'f', 2).toStdString();
+    return QByteArray::number(package.price, 'f', 2);
+}
+
+QByteArray grouped(qint64 number)
+{
+    return QLocale(QLocale::English).toString(number).toUtf8();
 }
 
 HTML actionOf(const Order &order)
@@ -86,9 +91,10 @@ HTML paymentForm(const ServerState &state, const Order &order)
     const Package &package = *order.package;
     const Account *const account = state.accounts.withId(order.userId);
     return filled(QStringLiteral("Payment.html"),
-                  {{"price", {QByteArray::fromStdString(priceText(package))}},
+                  {{"price", {priceText(package)}},
                    {"package", escaped(QString::fromUtf8(package.name))},
-                   {"tokens", {QLocale(QLocale::English).toString(package.tokenCount).toUtf8()}},
+                   {"tokens", {grouped(package.tokenCount)}},
+                   {"bonus", {grouped(package.bonusTokens())}},
                    {"account", escaped(account ? account->displayName : order.userId)},
                    {"number", escaped(order.number)},
                    {"action", actionOf(order)}});

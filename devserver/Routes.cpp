@@ -6,6 +6,7 @@
 #include "QQBot.h"
 #include "Session.h"
 #include "TokenAccount.h"
+#include "Update.h"
 #include "WeixinPlugin.h"
 
 #include <algorithm>
@@ -42,6 +43,8 @@ constexpr std::array Routes{
     Route{"POST", u"/api/v1/token/recharge", answerRecharge},
     Route{"GET", u"/api/v1/token/recharge/*/status", answerRechargeStatus},
     Route{"POST", u"/api/v1/user/change-password", answerChangePassword},
+    Route{"GET", u"/api/v1/update/check", answerUpdateCheck},
+    Route{"GET", u"/downloads/Vaelix.dmg", answerUpdateImage},
     Route{"GET", u"/v1/models", answerModels},
     Route{"POST", u"/v1/chat/completions", answerChatCompletion},
     Route{"GET", u"/pay/*", answerPaymentPage},
@@ -57,6 +60,8 @@ constexpr std::array Routes{
     Route{"GET", u"/qqbot/openclaw/credentials", answerQQBotCredentials},
     Route{"POST", u"/qqbot/openclaw/create", createQQBot},
     Route{"POST", u"/_control/qqbot", controlQQBot},
+    Route{"POST", u"/_control/update", controlUpdate},
+    Route{"DELETE", u"/_control/update", withdrawUpdate},
     Route{"POST", u"/_control/orders", controlOrders},
     Route{"GET", u"/_control/orders", listOrders},
     Route{"POST", u"/_control/history", controlHistory},

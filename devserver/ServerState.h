@@ -4,6 +4,7 @@
 #include "HTTPMessage.h"
 #include "Ledger.h"
 #include "Orders.h"
+#include "UpdateOffer.h"
 #include "WeixinPlugin.h"
 
 #include <functional>
@@ -45,6 +46,7 @@ struct ServerState {
     Orders orders;
     qsizetype transactionsPerPage = 100;
     qint64 completions = 0; // of the cloud model API so far
+    std::optional<UpdateOffer> update;
     std::function<QDateTime()> now = QDateTime::currentDateTimeUtc;
     WeixinLogins weixinLogins;
 };

@@ -8,23 +8,17 @@ namespace devserver {
 
 namespace {
 
-/// Bytes that leave one piece after the other.
-struct Pieces {
-    QByteArray bytes;
-    qsizetype size;
-    std::chrono::milliseconds pause;
-};
-
-void sendFrom(qsizetype begin, const Pieces &pieces, QTcpSocket *socket)
+/// Sends the bytes from `begin` to `end` now, and those behind in pieces as the delivery says.
+void sendPiece(qsizetype begin, qsizetype end, const QByteArray &bytes, const Delivery &delivery, QTcpSocket *socket)
 {
     if (socket->state() != QAbstractSocket::ConnectedState)
         return;
-    const qsizetype size = std::min(pieces.size, pieces.bytes.size() - begin);
-    socket->write(pieces.bytes.constData() + begin, size);
-    if (begin + size >= pieces.bytes.size())
+    socket->write(bytes.constData() + begin, end - begin);
+    const qsizetype next = std::min(end + delivery.pieceSize, bytes.size());
+    if (end == bytes.size())
         socket->disconnectFromHost();
     else
-        QTimer::singleShot(pieces.pause, socket, [=] { sendFrom(begin + size, pieces, socket); });
+        QTimer::singleShot(delivery.pause, socket, [=] { sendPiece(end, next, bytes, delivery, socket); });
 }
 
 QByteArray headOf(const Response &response, Drop drop)
@@ -50,10 +44,12 @@ void transmit(const Response &response, Drop drop, QTcpSocket *socket)
         socket->disconnectFromHost();
         return;
     }
-    // One block, because a second one would wait for the client's delayed acknowledgement.
-    const QByteArray bytes = headOf(response, drop) + bodyOf(response, drop);
+    const QByteArray head = headOf(response, drop);
+    const QByteArray body = bodyOf(response, drop);
     const qsizetype pieceSize = response.delivery.pieceSize;
-    sendFrom(0, {bytes, pieceSize > 0 ? pieceSize : bytes.size(), response.delivery.pause}, socket);
+    const qsizetype first = pieceSize > 0 ? std::min(pieceSize, body.size()) : body.size();
+    // One block, because a second one would wait for the client's delayed acknowledgement.
+    sendPiece(0, head.size() + first, head + body, response.delivery, socket);
 }
 
 } // namespace devserver

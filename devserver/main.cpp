@@ -52,6 +52,10 @@ int main(int argc, char **argv)
     auto state = devserver::readSeed(options->catalogFile);
     if (!state)
         return fail(1, state.error());
+    if (!options->updateImage.isEmpty()) {
+        if (const auto taken = state->update.emplace().setFile(options->updateImage); !taken)
+            return fail(1, taken.error());
+    }
     devserver::DevServer server(std::move(*state));
     const auto origin = server.start(options->port);
     if (!origin)

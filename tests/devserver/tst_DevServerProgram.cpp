@@ -15,6 +15,7 @@ class tst_DevServerProgram : public QObject
 
 private Q_SLOTS:
     void firstLineIsAnOriginThatAnswers();
+    void updateImageCanBeDownloaded();
     void endsCleanlyOnASignal_data();
     void endsCleanlyOnASignal();
     void refusesWithStatusAndReason_data();
@@ -24,6 +25,7 @@ private Q_SLOTS:
 private:
     QString write(const QString &name, const QByteArray &content) const;
     QByteArray start(QProcess &program, const QStringList &arguments) const;
+    static QByteArray bodyAt(const QByteArray &address);
 
     QTemporaryDir m_folder;
 };
@@ -45,6 +47,15 @@ QByteArray tst_DevServerProgram::start(QProcess &program, const QStringList &arg
     return program.readLine();
 }
 
+QByteArray tst_DevServerProgram::bodyAt(const QByteArray &address)
+{
+    QNetworkAccessManager network;
+    const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(QUrl::fromEncoded(address))));
+    if (!QTest::qWaitFor([&] { return reply->isFinished(); }))
+        qFatal("no answer from %s", address.constData());
+    return reply->readAll();
+}
+
 void tst_DevServerProgram::firstLineIsAnOriginThatAnswers()
 {
     const QString catalog = write(QStringLiteral("catalog.json"), R"([{"id":"given"}])");
@@ -56,11 +67,19 @@ void tst_DevServerProgram::firstLineIsAnOriginThatAnswers()
                  .hasMatch(),
              line.constData());
 
-    QNetworkAccessManager network;
-    const QUrl url(QString::fromUtf8(line.trimmed()) + QStringLiteral("/api/v1/software/catalog"));
-    const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(url)));
-    QTRY_VERIFY(reply->isFinished());
-    QCOMPARE(reply->readAll(), R"({"code":0,"message":"ok","data":[{"id":"given"}]})");
+    QCOMPARE(bodyAt(line.trimmed() + "/api/v1/software/catalog"),
+             R"({"code":0,"message":"ok","data":[{"id":"given"}]})");
+    program.terminate();
+    QVERIFY(program.waitForFinished());
+}
+
+void tst_DevServerProgram::updateImageCanBeDownloaded()
+{
+    const QString image = write(QStringLiteral("new.dmg"), "image");
+    QProcess program;
+    const QByteArray line =
+        start(program, {QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--update-image"), image});
+    QCOMPARE(bodyAt(line.trimmed() + "/downloads/Vaelix.dmg"), "image");
     program.terminate();
     QVERIFY(program.waitForFinished());
 }
@@ -102,6 +121,8 @@ void tst_DevServerProgram::refusesWithStatusAndReason_data()
                                      << QStringLiteral("无法读取目录文件 none.json：文件不存在");
     QTest::newRow("catalog is no JSON") << QStringLiteral("--port 0 --catalog broken.json") << 1
                                         << QStringLiteral("目录文件 broken.json 不是 JSON 数组");
+    QTest::newRow("no such update image") << QStringLiteral("--port 0 --update-image none.dmg") << 1
+                                          << QStringLiteral("无法读取更新镜像 none.dmg：文件不存在");
     QTest::newRow("catalog is no array") << QStringLiteral("--port 0 --catalog object.json") << 1
                                          << QStringLiteral("目录文件 object.json 不是 JSON 数组");
 }
@@ -134,7 +155,7 @@ void tst_DevServerProgram::helpNamesEveryOption()
     QVERIFY(program.waitForFinished());
     QCOMPARE(program.exitCode(), 0);
     const QString help = QString::fromUtf8(program.readAllStandardOutput());
-    for (const auto *option : {"--port N", "--catalog FILE", "--help"})
+    for (const auto *option : {"--port N", "--catalog FILE", "--update-image FILE", "--help"})
         QVERIFY2(help.contains(QLatin1String(option)), option);
     QVERIFY(help.contains(QStringLiteral("用法")));
 }
