@@ -20,7 +20,8 @@ Client::Client(devserver::ServerState state)
 std::unique_ptr<QNetworkReply> Client::begin(const QByteArray &method, const QByteArray &path, const QByteArray &body,
                                              const Headers &headers)
 {
-    QNetworkRequest request(QUrl::fromEncoded(m_origin + path));
+    QNetworkRequest request(QUrl::fromEncoded(path.startsWith('/') ? m_origin + path : path));
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     for (const auto &[name, value] : headers)

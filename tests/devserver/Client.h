@@ -17,7 +17,7 @@ struct Reply {
     QByteArray header(QByteArrayView name) const;
 };
 
-/// A server on a free port and everything a test sends to it. Redirects are not followed.
+/// A server on a free port and everything a test sends to it. Redirects are not followed, cookies not kept.
 class Client
 {
 public:
@@ -29,6 +29,7 @@ public:
     devserver::ServerState &state() { return m_server.state(); }
     QByteArray origin() const { return m_origin; }
 
+    /// `path` may also be a whole address; the content type is JSON's unless the headers say otherwise.
     std::unique_ptr<QNetworkReply> begin(const QByteArray &method, const QByteArray &path, const QByteArray &body = {},
                                          const Headers &headers = {});
     /// Waits for the answer and ends the test program when there is none.

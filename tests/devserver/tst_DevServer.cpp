@@ -1,12 +1,9 @@
-#include "DevServer.h"
+#include "Client.h"
 #include "Seed.h"
 
 #include <QElapsedTimer>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QSignalSpy>
 #include <QTest>
-#include <memory>
 
 using namespace devserver;
 using namespace std::chrono_literals;
@@ -19,13 +16,6 @@ constexpr auto CatalogPath = "/api/v1/software/catalog";
 constexpr auto FaultsPath = "/_control/faults";
 constexpr auto Envelope = R"({"code":0,"message":"ok","data":[{"id":"ollama","order":1.5}]})";
 
-struct Reply {
-    int status = 0;
-    QByteArray body;
-    QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    QByteArray contentType;
-};
-
 } // namespace
 
 class tst_DevServer : public QObject
@@ -33,7 +23,10 @@ class tst_DevServer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        m_client = std::make_unique<Client>(ServerState{.catalog = JSON::parse(R"([{"id":"ollama","order":1.5}])")});
+    }
     void catalogAnswersInTheEnvelopeWithKeysInOrder();
     void embeddedCatalogIsServed();
     void unknownRoutesAnswer404InTheEnvelope_data();
@@ -51,47 +44,20 @@ private Q_SLOTS:
     void badControlRequestIsRefusedAndChangesNothing();
 
 private:
-    std::unique_ptr<QNetworkReply> begin(const QByteArray &method, const QByteArray &path, const QByteArray &body = {});
-    Reply send(const QByteArray &method, const QByteArray &path, const QByteArray &body = {});
+    Reply send(const QByteArray &method, const QByteArray &path, const QByteArray &body = {})
+    {
+        return m_client->send(method, path, body);
+    }
+    DevServer &server() { return m_client->server(); }
 
-    QNetworkAccessManager m_network;
-    std::unique_ptr<DevServer> m_server;
-    QString m_origin;
+    std::unique_ptr<Client> m_client;
 };
-
-void tst_DevServer::init()
-{
-    m_server = std::make_unique<DevServer>(ServerState{.catalog = JSON::parse(R"([{"id":"ollama","order":1.5}])")});
-    const auto origin = m_server->start(0);
-    QVERIFY(origin);
-    m_origin = *origin;
-}
-
-std::unique_ptr<QNetworkReply> tst_DevServer::begin(const QByteArray &method, const QByteArray &path,
-                                                    const QByteArray &body)
-{
-    QNetworkRequest request(QUrl(m_origin + QString::fromLatin1(path)));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
-    request.setRawHeader("Authorization", "Bearer 令牌");
-    return std::unique_ptr<QNetworkReply>(m_network.sendCustomRequest(request, method, body));
-}
-
-Reply tst_DevServer::send(const QByteArray &method, const QByteArray &path, const QByteArray &body)
-{
-    const auto reply = begin(method, path, body);
-    if (!QSignalSpy(reply.get(), &QNetworkReply::finished).wait())
-        qFatal("no answer to %s %s", method.constData(), path.constData());
-    return {.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-            .body = reply->readAll(),
-            .error = reply->error(),
-            .contentType = reply->rawHeader("Content-Type")};
-}
 
 void tst_DevServer::catalogAnswersInTheEnvelopeWithKeysInOrder()
 {
     const Reply reply = send("GET", CatalogPath);
     QCOMPARE(reply.status, 200);
-    QCOMPARE(reply.contentType, "application/json; charset=utf-8");
+    QCOMPARE(reply.header("Content-Type"), "application/json; charset=utf-8");
     QCOMPARE(reply.body, Envelope);
 }
 
@@ -99,7 +65,7 @@ void tst_DevServer::embeddedCatalogIsServed()
 {
     auto state = readSeed(embeddedCatalog());
     QVERIFY2(state, qPrintable(state ? QString() : state.error()));
-    m_server->state() = *state;
+    server().state() = *state;
     const JSON envelope = JSON::parse(send("GET", CatalogPath).body.toStdString());
     QVERIFY(!envelope["data"].empty());
     QVERIFY(envelope["data"] == state->catalog);
@@ -143,25 +109,25 @@ void tst_DevServer::faultChangesTheAnswer_data()
 void tst_DevServer::faultChangesTheAnswer()
 {
     QFETCH(Fault, fault);
-    m_server->faults().set("GET", QString::fromLatin1(CatalogPath), fault);
+    server().faults().set("GET", QString::fromLatin1(CatalogPath), fault);
     for (int i = 0; i < 2; ++i) {
         const Reply reply = send("GET", CatalogPath);
         QTEST(reply.status, "status");
         QTEST(reply.body, "body");
-        QCOMPARE(reply.contentType, fault.contentType.value_or("application/json; charset=utf-8"));
+        QCOMPARE(reply.header("Content-Type"), fault.contentType.value_or("application/json; charset=utf-8"));
     }
     QCOMPARE(send("GET", "/other").status, 404);
-    m_server->faults().clear();
+    server().faults().clear();
     QCOMPARE(send("GET", CatalogPath).body, Envelope);
 }
 
 void tst_DevServer::delayHoldsTheAnswerBackWhileOthersAreServed()
 {
-    m_server->faults().set("GET", QString::fromLatin1(CatalogPath), {.delay = 300ms});
+    server().faults().set("GET", QString::fromLatin1(CatalogPath), {.delay = 300ms});
     QElapsedTimer timer;
     timer.start();
-    const auto delayed = begin("GET", CatalogPath);
-    QSignalSpy recorded(m_server.get(), &DevServer::requestRecorded);
+    const auto delayed = m_client->begin("GET", CatalogPath);
+    QSignalSpy recorded(&server(), &DevServer::requestRecorded);
     QVERIFY(recorded.wait());
     QCOMPARE(send("GET", "/other").status, 404);
     QVERIFY(!delayed->isFinished());
@@ -172,9 +138,9 @@ void tst_DevServer::delayHoldsTheAnswerBackWhileOthersAreServed()
 
 void tst_DevServer::requestAbandonedDuringItsDelayDoesNoHarm()
 {
-    m_server->faults().set("GET", QString::fromLatin1(CatalogPath), {.delay = 100ms});
-    auto abandoned = begin("GET", CatalogPath);
-    QSignalSpy recorded(m_server.get(), &DevServer::requestRecorded);
+    server().faults().set("GET", QString::fromLatin1(CatalogPath), {.delay = 100ms});
+    auto abandoned = m_client->begin("GET", CatalogPath);
+    QSignalSpy recorded(&server(), &DevServer::requestRecorded);
     QVERIFY(recorded.wait());
     abandoned.reset();
     QCOMPARE(send("GET", CatalogPath).body, Envelope); // ends after the abandoned one would have
@@ -194,7 +160,7 @@ void tst_DevServer::droppedConnectionFailsTheRequest_data()
 void tst_DevServer::droppedConnectionFailsTheRequest()
 {
     QFETCH(Fault, fault);
-    m_server->faults().set("GET", QString::fromLatin1(CatalogPath), fault);
+    server().faults().set("GET", QString::fromLatin1(CatalogPath), fault);
     const Reply reply = send("GET", CatalogPath);
     QCOMPARE(reply.error, QNetworkReply::RemoteHostClosedError);
     QTEST(reply.status, "status");
@@ -203,7 +169,7 @@ void tst_DevServer::droppedConnectionFailsTheRequest()
 
 void tst_DevServer::faultLastsForTheNextRequestsOnly()
 {
-    m_server->faults().set("GET", QString::fromLatin1(CatalogPath), {.status = 503}, 2);
+    server().faults().set("GET", QString::fromLatin1(CatalogPath), {.status = 503}, 2);
     QList<int> statuses;
     for (int i = 0; i < 4; ++i)
         statuses.append(send("GET", CatalogPath).status);
@@ -214,10 +180,10 @@ void tst_DevServer::everyRequestIsRecordedWhole()
 {
     const QByteArray body(3 * 1024 * 1024, 'x');
     send("GET", CatalogPath);
-    send("POST", "/api/v1/a%20b?x=1%262&y=", body);
-    QCOMPARE(m_server->requests().size(), 2);
-    QCOMPARE(m_server->requests().first().path, QString::fromLatin1(CatalogPath));
-    const Request &post = m_server->requests().last();
+    m_client->send("POST", "/api/v1/a%20b?x=1%262&y=", body, {{"Authorization", "Bearer 令牌"}});
+    QCOMPARE(server().requests().size(), 2);
+    QCOMPARE(server().requests().first().path, QString::fromLatin1(CatalogPath));
+    const Request &post = server().requests().last();
     QCOMPARE(post.method, "POST");
     QCOMPARE(post.path, QStringLiteral("/api/v1/a b"));
     QCOMPARE(post.query, QStringLiteral("x=1%262&y="));
@@ -234,7 +200,7 @@ void tst_DevServer::controlEndpointsSwitchFaultsAndListRequests()
     const Reply faulty = send("GET", CatalogPath);
     QCOMPARE(faulty.status, 500);
     QCOMPARE(faulty.body, "oops");
-    QCOMPARE(faulty.contentType, "text/plain");
+    QCOMPARE(faulty.header("Content-Type"), "text/plain");
 
     send("POST", FaultsPath, R"({"method":"POST","path":"/a","times":5,"status":200,"drop":"midBody"})");
     QCOMPARE(send("POST", "/a", "\xff令").error, QNetworkReply::RemoteHostClosedError);

@@ -1,20 +1,16 @@
-#include "DevServer.h"
+#include "Client.h"
 #include "Seed.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QRegularExpression>
 #include <QSet>
-#include <QSignalSpy>
 #include <QTest>
 #include <QUrlQuery>
-#include <memory>
 
 using namespace devserver;
 
 namespace {
 
-using Headers = QList<QPair<QByteArray, QByteArray>>;
+using Headers = Client::Headers;
 
 constexpr auto FormType = "application/x-www-form-urlencoded; charset=UTF-8";
 const QString HostileState = QStringLiteral("\"><script>'&=+ 状态%");
@@ -24,16 +20,6 @@ const Account First{QStringLiteral("u&1"),     QStringLiteral("张 \"伟\"<b>&+"
                     QStringLiteral("a+b=密&"), QStringLiteral("admin"),          QStringLiteral("sk-1/+")};
 const Account Second{QStringLiteral("u2"),   QStringLiteral("李娜"), QStringLiteral("13800000002"),
                      QStringLiteral("lina"), QStringLiteral("user"), QStringLiteral("sk-2")};
-
-struct Reply {
-    int status = 0;
-    QByteArray body;
-    QByteArray location;
-    QByteArray cookie;
-
-    JSON json() const { return JSON::parse(body.toStdString()); }
-    QString text() const { return QString::fromUtf8(body); }
-};
 
 QByteArray percentEncoded(const QString &text)
 {
@@ -95,7 +81,7 @@ class tst_DevServerLogin : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { m_client = std::make_unique<Client>(ServerState{.accounts = Accounts({First, Second})}); }
     void everyWayEndsInATokenOfItsAccount_data();
     void everyWayEndsInATokenOfItsAccount();
     void wrongCredentialsShowThePageAgain_data();
@@ -120,44 +106,20 @@ private Q_SLOTS:
 
 private:
     Reply send(const QByteArray &method, const QByteArray &path, const QByteArray &body = {},
-               const Headers &headers = {});
+               const Headers &headers = {{"Content-Type", FormType}})
+    {
+        return m_client->send(method, path, body, headers);
+    }
+    QByteArray origin() const { return m_client->origin(); }
     Reply verify(const QString &token);
     Reply logIn(const QByteArray &form);
-    Reply control(const QByteArray &path, const QByteArray &body) { return send("POST", "/_control/" + path, body); }
+    Reply control(const QByteArray &path, const QByteArray &body) { return m_client->control(path, body); }
     QByteArray query(const QString &state = QStringLiteral("S")) const;
     QString phoneCode(const QString &phone);
-    QString token(const Account &account) { return m_server->state().accounts.issueToken(account); }
+    QString token(const Account &account) { return m_client->state().accounts.issueToken(account); }
 
-    QNetworkAccessManager m_network;
-    std::unique_ptr<DevServer> m_server;
-    QByteArray m_origin;
+    std::unique_ptr<Client> m_client;
 };
-
-void tst_DevServerLogin::init()
-{
-    m_server = std::make_unique<DevServer>(ServerState{.accounts = Accounts({First, Second})});
-    const auto origin = m_server->start(0);
-    QVERIFY(origin);
-    m_origin = origin->toUtf8();
-}
-
-Reply tst_DevServerLogin::send(const QByteArray &method, const QByteArray &path, const QByteArray &body,
-                               const Headers &headers)
-{
-    QNetworkRequest request(QUrl::fromEncoded(path.startsWith('/') ? m_origin + path : path));
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray(FormType));
-    for (const auto &[name, value] : headers)
-        request.setRawHeader(name, value);
-    const std::unique_ptr<QNetworkReply> reply(m_network.sendCustomRequest(request, method, body));
-    if (!QSignalSpy(reply.get(), &QNetworkReply::finished).wait())
-        qFatal("no answer to %s %s", method.constData(), path.constData());
-    return {.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-            .body = reply->readAll(),
-            .location = reply->rawHeader("Location"),
-            .cookie = reply->rawHeader("Set-Cookie")};
-}
 
 Reply tst_DevServerLogin::verify(const QString &token)
 {
@@ -172,7 +134,7 @@ Reply tst_DevServerLogin::logIn(const QByteArray &form)
 /// As the application writes it: the redirect address keeps its colons and slashes.
 QByteArray tst_DevServerLogin::query(const QString &state) const
 {
-    return "client_id=vaelix&redirect_uri=" + m_origin + "/auth/callback&state=" + percentEncoded(state);
+    return "client_id=vaelix&redirect_uri=" + origin() + "/auth/callback&state=" + percentEncoded(state);
 }
 
 QString tst_DevServerLogin::phoneCode(const QString &phone)
@@ -192,25 +154,25 @@ void tst_DevServerLogin::everyWayEndsInATokenOfItsAccount_data()
 void tst_DevServerLogin::everyWayEndsInATokenOfItsAccount()
 {
     QFETCH(QString, way);
-    m_server->state().loginEnding = LoginEnding::Redirect;
+    m_client->state().loginEnding = LoginEnding::Redirect;
     for (const Account &account : {First, Second}) {
         const QByteArray form = way == u"code" ? codeForm(account.phone, phoneCode(account.phone))
             : way == u"password"               ? passwordForm(account.phone, account.password)
                                                : weChatForm(account.userId);
         const Reply login = send("POST", "/authorize/login?" + query(HostileState), form);
         QCOMPARE(login.status, 302);
-        QVERIFY(login.location.startsWith(m_origin + "/auth/callback?code="));
-        QVERIFY(login.location.endsWith("&state=" + percentEncoded(HostileState)));
-        QVERIFY(login.cookie.startsWith("vaelix_login_phone=" + account.phone.toUtf8() + ';'));
-        QVERIFY(login.cookie.contains("Max-Age=2592000"));
+        QVERIFY(login.header("Location").startsWith(origin() + "/auth/callback?code="));
+        QVERIFY(login.header("Location").endsWith("&state=" + percentEncoded(HostileState)));
+        QVERIFY(login.header("Set-Cookie").startsWith("vaelix_login_phone=" + account.phone.toUtf8() + ';'));
+        QVERIFY(login.header("Set-Cookie").contains("Max-Age=2592000"));
 
-        const Reply callback = send("GET", login.location);
+        const Reply callback = send("GET", login.header("Location"));
         QCOMPARE(callback.status, 302);
-        QVERIFY(callback.location.startsWith("x-vaelix://callback?token="));
-        QCOMPARE(queryItem(callback.location, "user_id"), account.userId);
-        QCOMPARE(queryItem(callback.location, "api_key"), account.apiKey);
-        QCOMPARE(queryItem(callback.location, "display_name"), account.displayName);
-        const JSON verified = verify(queryItem(callback.location, "token")).json();
+        QVERIFY(callback.header("Location").startsWith("x-vaelix://callback?token="));
+        QCOMPARE(queryItem(callback.header("Location"), "user_id"), account.userId);
+        QCOMPARE(queryItem(callback.header("Location"), "api_key"), account.apiKey);
+        QCOMPARE(queryItem(callback.header("Location"), "display_name"), account.displayName);
+        const JSON verified = verify(queryItem(callback.header("Location"), "token")).json();
         const JSON data{{"userId", account.userId.toStdString()}, {"role", account.role.toStdString()}};
         QVERIFY(verified == JSON({{"code", 0}, {"message", "ok"}, {"data", data}}));
     }
@@ -246,8 +208,8 @@ void tst_DevServerLogin::wrongCredentialsShowThePageAgain()
     QTEST(errorText(reply), "error");
     QTEST(attribute(reply, QStringLiteral("data-way")), "way");
     QTEST(attribute(reply, QStringLiteral("name=\"phone\" value")), "phone");
-    QCOMPARE(reply.location, QByteArray());
-    QCOMPARE(reply.cookie, QByteArray());
+    QCOMPARE(reply.header("Location"), QByteArray());
+    QCOMPARE(reply.header("Set-Cookie"), QByteArray());
 }
 
 void tst_DevServerLogin::phoneCodeSignsInOnce()
@@ -268,7 +230,7 @@ void tst_DevServerLogin::phoneCodeIsOnlySentToAccounts()
 
 void tst_DevServerLogin::loginCodeIsExchangedOnce()
 {
-    const QByteArray callback = logIn(weChatForm(First.userId)).location;
+    const QByteArray callback = logIn(weChatForm(First.userId)).header("Location");
     QCOMPARE(send("GET", callback).status, 200);
     const Reply again = send("GET", callback);
     QCOMPARE(again.status, 400);
@@ -300,12 +262,12 @@ void tst_DevServerLogin::brokenLoginIsRefused_data()
 void tst_DevServerLogin::brokenLoginIsRefused()
 {
     QFETCH(QByteArray, query);
-    query.replace("ORIGIN", m_origin);
+    query.replace("ORIGIN", origin());
     for (const Reply &reply :
          {send("GET", "/authorize?" + query), send("POST", "/authorize/login?" + query, weChatForm(First.userId))}) {
         QCOMPARE(reply.status, 400);
         QTEST(errorText(reply), "error");
-        QCOMPARE(reply.location, QByteArray());
+        QCOMPARE(reply.header("Location"), QByteArray());
     }
 }
 
@@ -332,7 +294,7 @@ void tst_DevServerLogin::hostileTextIsShownAsText()
 
 void tst_DevServerLogin::phoneOfTheLastLoginIsFilledIn()
 {
-    const QByteArray cookie = logIn(weChatForm(Second.userId)).cookie.split(';').first();
+    const QByteArray cookie = logIn(weChatForm(Second.userId)).header("Set-Cookie").split(';').first();
     const Reply page = send("GET", "/authorize?" + query(), {}, {{"Cookie", "x=1; " + cookie}});
     QCOMPARE(attribute(page, QStringLiteral("name=\"phone\" value")), Second.phone);
     QCOMPARE(attribute(send("GET", "/authorize?" + query()), QStringLiteral("name=\"phone\" value")), QString());
@@ -353,7 +315,7 @@ void tst_DevServerLogin::everyEndingLeadsToTheApplication()
     QFETCH(QString, ending);
     QFETCH(QString, address);
     QCOMPARE(control("login", R"({"ending":")" + ending.toUtf8() + R"("})").status, 200);
-    const Reply page = send("GET", logIn(weChatForm(First.userId)).location);
+    const Reply page = send("GET", logIn(weChatForm(First.userId)).header("Location"));
     QCOMPARE(page.status, 200);
     QVERIFY(page.text().contains(QStringLiteral("登录成功")));
     QCOMPARE(attribute(page, QStringLiteral("<main class=\"card done\" data-ending")), ending);
@@ -451,7 +413,7 @@ void tst_DevServerLogin::badControlRequestChangesNothing()
     const Reply reply = control(path, body);
     QTEST(reply.status, "status");
     QVERIFY(reply.json()["code"] == reply.status);
-    QCOMPARE(m_server->state().loginEnding, LoginEnding::Script);
+    QCOMPARE(m_client->state().loginEnding, LoginEnding::Script);
     QCOMPARE(verify(good).status, 200);
 }
 
