@@ -10,7 +10,7 @@ namespace devserver {
 /// Whether a path belongs to the control endpoints, which take no faults and are not recorded.
 bool isControlPath(QStringView path);
 
-/// Answers the control endpoints, for demonstrations by hand:
+/// Answers the control endpoints, for demonstrations by hand; these, and those in the table of routes:
 ///
 ///   POST   /_control/faults    switches a fault on. The body is a JSON object with "path" and any of "method"
 ///                              ("GET" when missing), "times", "delayMs", "status", "body", "contentType" and
