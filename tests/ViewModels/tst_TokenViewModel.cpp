@@ -96,6 +96,10 @@ struct Fixture {
     Fixture() { auth.handleCallback(QUrl(u"x-vaelix://callback?token=t&user_id=u"_s)); }
     ~Fixture()
     {
+        // What still runs ends here: it would be lost with the clock and the server.
+        viewModel.reset();
+        awake();
+        letAnswersArrive();
         for (const QString &key : {u"auth_token"_s, u"user_id"_s})
             scratch.keychain.remove(key);
     }
@@ -133,7 +137,7 @@ struct Fixture {
         return clock.sleepers() == 0 || (woke.wait() && clock.sleepers() == 0);
     }
     /// An exchange like those of the view model, which began earlier and so have ended by then.
-    void letAnswersArrive() { QCoro::waitFor(scratch.api.get(u"/x"_s, decodeText)); }
+    void letAnswersArrive() { QVERIFY(!QCoro::waitFor(scratch.api.get(u"/x"_s, decodeText))); }
 
     /// The requests for the states of orders, by order number.
     QStringList statusRequests() const
