@@ -184,12 +184,14 @@ Response controlOrders(ServerState &state, const Request &request)
 Response listOrders(ServerState &state, const Request &)
 {
     JSON list = JSON::array();
-    for (const Order &order : state.orders.all())
+    for (const Order &each : state.orders.all()) {
+        const Order &order = *current(state, each.number);
         list.push_back({{"orderNo", order.number.toStdString()},
                         {"userId", order.userId.toStdString()},
                         {"packageId", order.package->id},
                         {"fate", nameOf(orderFates, order.fate).toStdString()},
                         {"status", nameOf(orderStatuses, order.status).toStdString()}});
+    }
     return success(std::move(list));
 }
 

@@ -348,16 +348,17 @@ void tst_DevServerTokens::orderMeetsItsFate()
     const QByteArray fate = QTest::currentDataTag();
     QCOMPARE(m_client->control("orders", R"({"next":")" + fate + R"("})").status, 200);
     const QByteArray number = order();
+    const auto listed = [&] { return m_client->get("/_control/orders").json()["data"][0]; };
+    QTEST(text(listed()["status"]), "before");
     QTEST(status(number), "before");
     QFETCH(QByteArray, message);
     const QByteArray page = pay(number);
     QVERIFY2(page.contains(message), page.constData());
     QTEST(status(number), "after");
     QTEST(ledger().balance(User.userId), "balance");
-    const JSON listed = m_client->get("/_control/orders").json()["data"][0];
-    QCOMPARE(text(listed["orderNo"]).toLatin1(), number);
-    QCOMPARE(text(listed["fate"]).toLatin1(), fate);
-    QTEST(text(listed["status"]), "after");
+    QCOMPARE(text(listed()["orderNo"]).toLatin1(), number);
+    QCOMPARE(text(listed()["fate"]).toLatin1(), fate);
+    QTEST(text(listed()["status"]), "after");
 }
 
 void tst_DevServerTokens::orderExpiresAfterItsTime()
