@@ -1,9 +1,11 @@
 #!/bin/bash
 # Proves OpenClaw's command lines from the catalog by running every one of them: install, find, version,
-# configure, start, running check, stop, upgrade, uninstall, and cancelling an install half-way.
+# configure, start, running check, stop, upgrade, uninstall, and cancelling an install half-way; and the fixed lines
+# with which the application asks the agent, restarts the gateway and connects QQ and WeChat.
 #
-#   prove_openclaw.sh [CATALOG.json]
+#   prove_openclaw.sh [CATALOG.json [DEVSERVER]]
 #
+# The model and WeChat are those of the local server, the release build's unless another is given.
 # It installs the real package from the npm registry, so it takes minutes and needs a network. It works in
 # a scratch home: as root that of a user made for the run (or of the existing VAELIX_PROOF_USER), otherwise
 # a temporary folder (or VAELIX_PROOF_HOME). npm's settings reach it through the environment (npm_config_…).
@@ -11,12 +13,14 @@
 set -euo pipefail
 
 readonly catalog=$(realpath "${1:-$(dirname "$0")/../../resources/SoftwareCatalog.json}")
+readonly devserver=$(realpath "${2:-$(dirname "$0")/../../build/release/vaelix-devserver}")
 readonly port=18789
-readonly key='sk-proof-0123456789abcdef' url='https://api.vaelix.example/v1'
+readonly key=sk-local-zhangwei-8f2c41d7   # an account's of the local server
 
 say() { printf '%4d s  %s\n' "$SECONDS" "$*"; }
 fail() { printf 'FAILED: %s\n' "$*" >&2; exit 1; }
 
+[[ -x $devserver ]] || fail "$devserver is missing: build vaelix-devserver first"
 if [[ -z ${VAELIX_PROOF_INSIDE:-} ]]; then
     export VAELIX_PROOF_INSIDE=1
     if (( EUID == 0 )); then
@@ -27,12 +31,12 @@ if [[ -z ${VAELIX_PROOF_INSIDE:-} ]]; then
             export VAELIX_PROOF_USER=$made
         fi
         trap '[[ -z $made ]] || userdel --remove "$made" 2>/dev/null || echo "could not remove the user $made" >&2' EXIT
-        unshare --pid --fork --mount-proc --kill-child "$0" "$catalog"
+        unshare --pid --fork --mount-proc --kill-child "$0" "$catalog" "$devserver"
     else
         made=
         [[ -n ${VAELIX_PROOF_HOME:-} ]] || { made=$(mktemp -d); export VAELIX_PROOF_HOME=$made; }
         trap '[[ -z $made ]] || rm -rf "$made"' EXIT
-        unshare --user --map-current-user --pid --fork --mount-proc --kill-child "$0" "$catalog"
+        unshare --user --map-current-user --pid --fork --mount-proc --kill-child "$0" "$catalog" "$devserver"
     fi
     exit
 fi
@@ -83,6 +87,11 @@ wait_until() { # SECONDS WHAT COMMAND...
 }
 not() { ! "$@"; }
 gone() { [[ ! -d /proc/$1 ]]; }
+
+"$devserver" --port 0 > "$work/server" &
+wait_until 10 'the local server answers' test -s "$work/server"
+readonly origin=$(head -n 1 "$work/server")
+readonly url=$origin/v1
 
 check_install() {
     collect "$(line installCommand)"
@@ -174,6 +183,84 @@ check_direct_gateway() {
     expect_no_processes 'ending the gateway by name'
 }
 
+check_agent() {
+    collect "openclaw agent --agent main --message '今天星期几？'"
+    expect_status 0 'agent turn'
+    grep -q '今天星期几？' "$work/out" || { show; fail 'agent turn: the answer does not come from the local server'; }
+}
+check_approvals() {
+    run "printf '%s\n' '{' '  \"version\": 1,' '  \"defaults\": {' '    \"security\": \"full\",' '    \"ask\": \"off\",' \
+         '    \"autoAllowSkills\": true' '  }' '}' > ~/.openclaw/exec-approvals.json"
+    collect 'openclaw approvals get'
+    expect_status 0 approvals
+    grep -q 'security=full, ask=off, autoAllowSkills=on' "$work/out" || { show; fail 'approvals: not switched off'; }
+}
+check_restart() {
+    local before
+    before=$(pgrep -x openclaw-gatewa)
+    collect 'kill $(lsof -ti :18789) 2>/dev/null; sleep 1; nohup ~/.openclaw/bin/openclaw gateway >> ~/.openclaw/logs/gateway.log 2>&1 &'
+    expect_status 0 restart
+    wait_until 15 'restart: the old gateway ends' gone "$before"
+    wait_until 120 'restart: the gateway answers' answers
+    (( $(gateways) == 1 )) || fail "restart: $(gateways) gateways"
+}
+
+expect_channel() {
+    collect 'openclaw channels list'
+    grep -qF -- "- $1: installed, configured, enabled" "$work/out" || { show; fail "channel $1: not listed"; }
+}
+check_qq() {
+    collect "$(line qqbotInstallCommand)"
+    expect_status 0 'QQ plug-in'
+    collect 'openclaw channels add --channel qqbot --token "1029384756:Kq7ZtB2xWm94LrVfYd81NcHs0PjEa6Ug"'
+    expect_status 0 'QQ channel'
+    expect_channel 'QQ Bot default'
+    check_restart
+    wait_until 60 'QQ channel: the gateway makes ~/.openclaw/qqbot' test -d "$home/.openclaw/qqbot"
+}
+
+readonly agent='export PATH="$HOME/.openclaw/node/bin:$PATH" && $HOME/.openclaw/bin/openclaw'
+wechat_login() { collect "$agent channels login --channel openclaw-weixin 2>&1"; }
+check_wechat() {
+    local zip=$work/openclaw-weixin.zip
+    curl -fsS "$origin/api/v1/software/files/weixin/download" -o "$zip"
+    chmod 644 "$zip"
+    collect "mkdir -p ~/.openclaw/extensions && unzip -qo $zip -d ~/.openclaw/extensions/"
+    expect_status 0 'WeChat plug-in'
+    collect "$agent gateway stop 2>/dev/null; sleep 1; echo '旧网关已停止'"
+    wait_until 15 'WeChat: the gateway ends' not answers
+
+    curl -fsS -o /dev/null "$origin/_control/faults" \
+         -d '{"method":"POST","path":"/weixin/login","times":1,"status":403,"body":"{\"message\":\"服务繁忙\"}"}'
+    wechat_login
+    expect_status 1 'refused WeChat login'
+    grep -q '服务繁忙' "$work/out" || { show; fail 'refused WeChat login: the reason is missing'; }
+    [[ ! -e $home/.openclaw/openclaw-weixin/accounts.json ]] || fail 'refused WeChat login: left an account'
+
+    wechat_login
+    expect_status 0 'WeChat login'
+    (( $(grep -c '^█.*[▄▀].*█$' "$work/out") > 10 )) || { show; fail 'WeChat login: no QR code'; }
+    grep -q '^login success$' "$work/out" || { show; fail 'WeChat login: no success'; }
+    [[ $(tr -d ' \n' < "$home/.openclaw/openclaw-weixin/accounts.json") == '["wx-local-10001"]' ]] ||
+        fail 'WeChat login: accounts.json'
+    collect "$agent gateway stop 2>/dev/null; sleep 2; pkill -f 'openclaw gateway' 2>/dev/null; pkill -f 'openclaw-gateway' 2>/dev/null; sleep 1 && nohup \$HOME/.openclaw/bin/openclaw gateway > ~/.openclaw/gateway.log 2>&1 & sleep 3 && echo '网关已在后台启动'"
+    expect_status 0 'gateway after the WeChat login'
+    wait_until 120 'gateway after the WeChat login: answers' answers
+    expect_channel '微信 wx-local-10001'
+}
+check_wechat_package() {
+    collect "$(line weixinInstallCommand)"
+    expect_status 0 'WeChat plug-in of the registry'
+}
+expect_no_secrets_in_logs() {
+    local uid log
+    uid=$(stat -c %u "$home")
+    for log in "$home/.openclaw/logs" "$home/.openclaw/gateway.log" "/tmp/openclaw-$uid"; do
+        [[ -e $log ]] || fail "logs: no $log"
+        ! grep -rqF -e "$key" -e Kq7ZtB2xWm94LrVfYd81NcHs0PjEa6Ug "$log" || fail "logs: a secret stands in $log"
+    done
+}
+
 check_upgrade() {
     local before
     before=$(sha256sum < "$home/.openclaw/openclaw.json")
@@ -236,6 +323,14 @@ say 'start again';             check_second_start
 say 'stop';                    check_stop
 say 'stop again';              check_stop_of_nothing
 say 'gateway run directly';    check_direct_gateway
+say 'ask the agent';           start; check_agent
+say 'approvals off';           check_approvals
+say 'restart the gateway';     check_restart
+say 'connect QQ';              check_qq
+say 'connect WeChat';          check_wechat
+say 'WeChat of the registry';  check_wechat_package
+say 'secrets in logs';         expect_no_secrets_in_logs
+collect "$(line stopCommand)"; expect_status 0 'stop of the restarted gateway'
 say 'upgrade';                 check_upgrade
 say 'uninstall while running'; check_uninstall
 say 'cancel an install';       printf '# 我的设置' > "$home/.zprofile"
