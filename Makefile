@@ -30,7 +30,7 @@ test: configure ## 构建并运行全部测试
 	@cmake --build --preset release
 	@tools/with-session ctest --preset release -j $$(nproc)
 
-prove: packages ## 真实安装、运行并卸载 OpenClaw，逐条验证其命令行（需联网，数分钟）
+prove: build ## 真实安装、运行并卸载 OpenClaw，逐条验证其命令行（需联网，数分钟）
 	@tests/catalog/prove_openclaw.sh
 
 bench: configure ## 构建并运行性能对比

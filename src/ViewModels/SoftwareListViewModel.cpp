@@ -47,7 +47,8 @@ SoftwareListViewModel::SoftwareListViewModel(QObject *parent)
     : SoftwareListViewModel({SoftwareCatalogService::shared(), SoftwareStore::shared(),
                              SoftwareDetectionService::shared(), SoftwareMonitorService::shared(),
                              SoftwareInstallService::shared(), KeychainService::shared(), UserDefaults::shared(),
-                             Folders::user(), OpenClawService::shared(), HermesService::shared(), Workspace::shared()},
+                             Folders::user(), OpenClawService::shared(), HermesService::shared(), Workspace::shared(),
+                             QQBotConnectViewModel::shared(), WeChatConnectViewModel::shared()},
                             parent)
 {
 }

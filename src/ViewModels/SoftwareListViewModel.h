@@ -2,9 +2,11 @@
 
 #include "Models/AISoftware.h"
 #include "Models/OpenClawConfig.h"
+#include "QQBotConnectViewModel.h"
 #include "Services/SoftwareInstallService.h"
 #include "SoftwareListModel.h"
 #include "TerminalOutput.h"
+#include "WeChatConnectViewModel.h"
 
 #include <QCoroTask>
 #include <QPointer>
@@ -39,6 +41,8 @@ class SoftwareListViewModel : public QObject
     Q_PROPERTY(bool showUserSwitchedAlert READ showUserSwitchedAlert WRITE setShowUserSwitchedAlert NOTIFY
                    showUserSwitchedAlertChanged)
     Q_PROPERTY(QStringList configuredSoftwareIds READ configuredSoftwareIds NOTIFY configuredSoftwareIdsChanged)
+    Q_PROPERTY(QQBotConnectViewModel *qqBotConnection READ qqBotConnection CONSTANT)
+    Q_PROPERTY(WeChatConnectViewModel *weChatConnection READ weChatConnection CONSTANT)
     Q_PROPERTY(bool isQQBotConnected READ isQQBotConnected NOTIFY agentStateChanged)
     Q_PROPERTY(bool isWeChatConnected READ isWeChatConnected NOTIFY agentStateChanged)
     Q_PROPERTY(bool isApprovalsDisabled READ isApprovalsDisabled NOTIFY agentStateChanged)
@@ -68,6 +72,8 @@ public:
         const OpenClawService &openClaw;
         const HermesService &hermes;
         const Workspace &workspace;
+        QQBotConnectViewModel &qqBotConnection;
+        WeChatConnectViewModel &weChatConnection;
     };
 
     /// Wired to the shared services.
@@ -109,18 +115,25 @@ public:
     /// Starts the OpenClaw gateway and returns at once; its output goes on into terminalOutput.
     QCoro::Task<> openChat(AISoftware *software);
     /// Opens a terminal window in which the user talks to Hermes.
-    void openHermesChat();
+    Q_INVOKABLE void openHermesChat();
     /// Runs the gateway set-up of Hermes with the account's cloud API credentials in its environment.
     QCoro::Task<> setupHermesGateway();
     /// Lets the tools of the selected agent run without asking: Hermes where that is selected, else
     /// OpenClaw, whose gateway is started anew.
     QCoro::Task<> disableApprovals();
     /// Writes the edited configuration and closes its sheet.
-    void saveOpenClawConfig();
-    void checkQQBotConnection();
-    void checkWeChatConnection();
-    void checkApprovalsStatus();
-    void checkHermesConnections();
+    Q_INVOKABLE void saveOpenClawConfig();
+    Q_INVOKABLE void checkQQBotConnection();
+    Q_INVOKABLE void checkWeChatConnection();
+    Q_INVOKABLE void checkApprovalsStatus();
+    Q_INVOKABLE void checkHermesConnections();
+
+    /// Makes ready for the sheet, with the catalog's command for the plug-in.
+    Q_INVOKABLE void beginQQBotConnection();
+    /// Connects WeChat with the catalog's command for the plug-in.
+    QCoro::Task<> connectWeChat();
+    QQBotConnectViewModel *qqBotConnection() { return &m_services.qqBotConnection; }
+    WeChatConnectViewModel *weChatConnection() { return &m_services.weChatConnection; }
 
     // State
 

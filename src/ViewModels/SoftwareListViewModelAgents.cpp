@@ -166,6 +166,18 @@ void SoftwareListViewModel::checkHermesConnections()
     Q_EMIT agentStateChanged();
 }
 
+void SoftwareListViewModel::beginQQBotConnection()
+{
+    const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(m_catalog, openClawId);
+    m_services.qqBotConnection.begin(entry ? entry->qqbotInstallCommand : QString());
+}
+
+QCoro::Task<> SoftwareListViewModel::connectWeChat()
+{
+    const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(m_catalog, openClawId);
+    return m_services.weChatConnection.runInstall(entry ? entry->weixinInstallCommand : QString());
+}
+
 void SoftwareListViewModel::forgetConnections(const QString &softwareId)
 {
     if (softwareId == openClawId) {

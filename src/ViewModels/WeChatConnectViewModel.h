@@ -3,6 +3,7 @@
 #include "TerminalOutput.h"
 
 #include <QCoroTask>
+#include <expected>
 
 class ShellService;
 

@@ -55,6 +55,20 @@ struct TerminalOutputType {
     QML_UNCREATABLE("It belongs to a SoftwareListViewModel.")
 };
 
+struct QQBotConnectViewModelType {
+    Q_GADGET
+    QML_FOREIGN(QQBotConnectViewModel)
+    QML_NAMED_ELEMENT(QQBotConnectViewModel)
+    QML_UNCREATABLE("There is one, which a SoftwareListViewModel hands out.")
+};
+
+struct WeChatConnectViewModelType {
+    Q_GADGET
+    QML_FOREIGN(WeChatConnectViewModel)
+    QML_NAMED_ELEMENT(WeChatConnectViewModel)
+    QML_UNCREATABLE("There is one, which a SoftwareListViewModel hands out.")
+};
+
 struct AISoftwareType {
     Q_GADGET
     QML_FOREIGN(AISoftware)

@@ -37,6 +37,8 @@ Scratch::Scratch(const QString &serverOrigin)
     , openClaw(folders)
     , hermes(folders)
     , workspace(workspaceEnvironment(home.path()))
+    , qqBotConnection(shell)
+    , weChatConnection(shell, api.baseURL())
 {
 }
 
@@ -61,7 +63,8 @@ void Scratch::setCatalog(const SoftwareCatalog::Entries &entries) const
 
 SoftwareListViewModel::Services Scratch::services()
 {
-    return {catalog, store, detection, monitor, installer, keychain, defaults, folders, openClaw, hermes, workspace};
+    return {catalog, store, detection, monitor, installer, keychain, defaults, folders, openClaw, hermes, workspace,
+            qqBotConnection, weChatConnection};
 }
 
 SoftwareCatalogEntry testEntry(const QString &id)

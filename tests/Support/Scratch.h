@@ -52,6 +52,8 @@ public:
     OpenClawService openClaw;
     HermesService hermes;
     Workspace workspace;
+    QQBotConnectViewModel qqBotConnection;
+    WeChatConnectViewModel weChatConnection;
 };
 
 /// An entry whose command lines do nothing, to be changed where a test needs it.

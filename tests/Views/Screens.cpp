@@ -10,9 +10,17 @@ QStringList Screens::warnings;
 
 static QtMessageHandler previousHandler = nullptr;
 
+static bool isExpected(const QString &warning)
+{
+    return warning.startsWith(QLatin1String("[Catalog]")) || warning.contains(QLatin1String("XDG_RUNTIME_DIR"))
+        || warning == QLatin1String("This plugin does not support raise()")
+        || warning == QLatin1String("No suitable graphics backend found\n")
+        || (warning.startsWith(QLatin1String("QWebEngine")) && warning.contains(QLatin1String("as a QML type")));
+}
+
 static void recordMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    if (type != QtDebugMsg && type != QtInfoMsg && !message.contains(QLatin1String("XDG_RUNTIME_DIR")))
+    if (type != QtDebugMsg && type != QtInfoMsg && !isExpected(message))
         Screens::warnings.append(message);
     previousHandler(type, context, message);
 }
@@ -85,6 +93,21 @@ static void collect(QQuickItem *item, QList<QQuickItem *> &found, const std::fun
         found.append(item);
     for (QQuickItem *const child : item->childItems())
         collect(child, found, isWanted);
+}
+
+static QQuickItem *findByName(QQuickItem *item, const QString &objectName)
+{
+    if (item->objectName() == objectName)
+        return item;
+    for (QQuickItem *const child : item->childItems())
+        if (QQuickItem *const found = findByName(child, objectName))
+            return found;
+    return nullptr;
+}
+
+QQuickItem *Screens::webPage() const
+{
+    return findByName(window->contentItem(), QStringLiteral("webPage"));
 }
 
 static bool hasRole(QQuickItem *item, QAccessible::Role role)

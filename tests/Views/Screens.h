@@ -52,6 +52,10 @@ public:
     AuthService auth;
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
-    /// Every warning since the start; screens give none.
+    /// The view of the web page that is open, whether it has loaded or not; null when there is none.
+    QQuickItem *webPage() const;
+
+    /// Every warning since they were cleared last, but those of the off-screen platform, of Qt WebEngine on it, and
+    /// of a catalog without a server. Screens give none.
     static QStringList warnings;
 };

@@ -63,6 +63,7 @@ FocusScope {
                 id: cancelButton
 
                 width: (buttons.width - buttons.spacing) / 2
+                focus: alertContent.destructive
                 text: alertContent.cancelText
                 visible: text !== ""
                 onClicked: alertContent.cancelled()
@@ -72,6 +73,7 @@ FocusScope {
 
                 width: (buttons.width - buttons.spacing * (buttons.count - 1)) / buttons.count
                 destructive: alertContent.destructive
+                focus: !alertContent.destructive
                 prominent: true
                 text: alertContent.confirmText
                 onClicked: alertContent.confirmed()

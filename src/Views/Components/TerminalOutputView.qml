@@ -1,9 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 import Vaelix
 
-/// The output of an operation as a small terminal window. It follows the end of the output, unless
-/// the reader has scrolled away from it.
+/// The output of an operation as a small terminal window.
 Rectangle {
     id: pane
 
@@ -43,94 +41,14 @@ Rectangle {
             color: parent.color
         }
     }
-    Flickable {
+    OutputScroller {
         id: scroller
-
-        readonly property real end: Math.max(0, contentHeight - height)
-        /// The newest lines are kept in view.
-        property bool followsEnd: true
 
         anchors.top: bars.bottom
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
-        contentHeight: text.height
-        contentWidth: width
-
-        T.ScrollBar.vertical: ScrollIndicator {
-            color: "white"
-            onPressedChanged: scroller.followsEnd = scroller.contentY >= scroller.end - 1
-        }
-        onEndChanged: if (followsEnd) scrollToEnd()
-        onMovementEnded: followsEnd = contentY >= end - 1
-        onMovementStarted: {
-            followAnimation.stop();
-            followsEnd = false;
-        }
-
-        /// Glides over what fits into the view; further away, or while more comes than a glide takes,
-        /// it jumps.
-        function scrollToEnd() {
-            if (followAnimation.running || end - contentY > height) {
-                followAnimation.stop();
-                contentY = end;
-            } else {
-                followAnimation.to = end;
-                followAnimation.start();
-            }
-        }
-
-        NumberAnimation {
-            id: followAnimation
-
-            target: scroller
-            property: "contentY"
-            duration: Theme.shortMotion
-            easing.type: Easing.OutQuad
-        }
-        TextEdit {
-            id: text
-
-            width: scroller.width
-            activeFocusOnTab: true
-            color: Theme.terminalText
-            font.family: Theme.monospacedFamily
-            font.hintingPreference: Font.PreferFullHinting
-            font.pixelSize: Theme.body
-            padding: Theme.spacingM
-            readOnly: true
-            selectByMouse: true
-            selectedTextColor: Theme.terminal
-            selectionColor: Theme.terminalText
-            textFormat: TextEdit.PlainText
-            wrapMode: TextEdit.WrapAnywhere
-            Accessible.name: "输出"
-            Accessible.role: Accessible.StaticText
-        }
-    }
-    TerminalDocument {
-        lineHeight: 16
-        text: pane.output.displayText
-        textDocument: text.textDocument
-        onUpdated: removedHeight => {
-            if (!scroller.followsEnd)
-                scroller.contentY = Math.max(0, scroller.contentY - removedHeight);
-        }
-    }
-    IconButton {
-        anchors.bottom: parent.bottom
-        anchors.right: parent.right
-        anchors.margins: Theme.spacingM
-        color: "white"
-        symbol: "arrow.down"
-        text: "回到最新输出"
-        visible: !scroller.followsEnd
-        onClicked: {
-            scroller.followsEnd = true;
-            scroller.scrollToEnd();
-        }
+        output: pane.output
     }
     Rectangle {
         anchors.fill: parent

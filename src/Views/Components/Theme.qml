@@ -47,6 +47,8 @@ QtObject {
     readonly property string monospacedFamily: "DejaVu Sans Mono"
     readonly property int smallCaption: 10
     readonly property int caption: 11
+    /// The smallest monospaced type whose characters are exactly half as wide as they are high.
+    readonly property int codeCaption: 12
     readonly property int body: 13
     readonly property int title3: 15
     readonly property int title2: 17

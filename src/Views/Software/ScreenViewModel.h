@@ -27,4 +27,8 @@ public:
     Q_INVOKABLE void stop(AISoftware *software) { SoftwareListViewModel::stop(software); }
     Q_INVOKABLE void configure(AISoftware *software) { SoftwareListViewModel::configure(software); }
     Q_INVOKABLE void openChat(AISoftware *software) { SoftwareListViewModel::openChat(software); }
+    Q_INVOKABLE void setupHermesGateway() { SoftwareListViewModel::setupHermesGateway(); }
+    Q_INVOKABLE void disableApprovals() { SoftwareListViewModel::disableApprovals(); }
+    Q_INVOKABLE void connectQQBot() { qqBotConnection()->connectQQBot(); }
+    Q_INVOKABLE void connectWeChat() { SoftwareListViewModel::connectWeChat(); }
 };

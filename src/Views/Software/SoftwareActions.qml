@@ -8,10 +8,13 @@ Flow {
     required property AISoftware software
     required property SoftwareListViewModel viewModel
     required property SoftwareAlerts alerts
+    required property AgentSheets sheets
 
     readonly property int status: software.status
     readonly property bool isReady: !viewModel.isOperating
     readonly property bool isInstalled: status === SoftwareStatus.Installed || status === SoftwareStatus.Running || status === SoftwareStatus.Stopped
+    readonly property bool isHermes: software.id === "hermes"
+    readonly property bool isAgent: software.id === "openclaw" || isHermes
     readonly property bool isConfigured: viewModel.configuredSoftwareIds.includes(software.id)
 
     spacing: Theme.spacingS
@@ -84,6 +87,47 @@ Flow {
     }
     PushButton {
         enabled: actions.isReady && actions.isInstalled
+        symbol: "message.fill"
+        text: "打开对话"
+        visible: actions.isAgent
+        onClicked: actions.isHermes ? actions.viewModel.openHermesChat() : actions.viewModel.openChat(actions.software)
+    }
+    ConnectionButton {
+        connected: actions.viewModel.isWeChatConnected
+        enabled: actions.isReady && actions.isInstalled
+        platform: "微信"
+        visible: actions.isAgent
+        onClicked: {
+            if (actions.isHermes)
+                actions.alerts.showNotSupported("Hermes Agent 暂不支持接入微信，敬请期待后续版本更新。");
+            else
+                connected ? actions.alerts.showReconnectWeChat() : actions.sheets.connectWeChat();
+        }
+    }
+    ConnectionButton {
+        connected: actions.viewModel.isQQBotConnected
+        enabled: actions.isReady && actions.isInstalled
+        platform: "QQ"
+        visible: actions.isAgent
+        onClicked: {
+            if (actions.isHermes)
+                actions.alerts.showNotSupported("Hermes Agent 暂不支持接入QQ，敬请期待后续版本更新。");
+            else
+                connected ? actions.alerts.showReconnectQQ() : actions.sheets.connectQQ();
+        }
+    }
+    PushButton {
+        readonly property bool isDisabled: actions.viewModel.isApprovalsDisabled
+
+        enabled: actions.isReady && actions.isInstalled
+        symbol: isDisabled ? "checkmark.shield.fill" : "shield.slash"
+        symbolColor: isDisabled ? Theme.green : foreground
+        text: isDisabled ? "已关闭询问" : "关闭询问"
+        visible: actions.isAgent
+        onClicked: if (!isDisabled) actions.alerts.showDisableApprovals()
+    }
+    PushButton {
+        enabled: actions.isReady && actions.isInstalled
         symbol: "arrow.up.circle"
         text: "升级"
         onClicked: actions.upgrade()
@@ -97,7 +141,7 @@ Flow {
     }
 
     function upgrade() {
-        if (software.id === "hermes")
+        if (isHermes)
             alerts.showNotSupported("Hermes Agent 暂不支持在此处升级，敬请期待后续版本更新。");
         else
             viewModel.hasUpgrade(software) ? viewModel.upgrade(software) : alerts.showNoUpgrade();

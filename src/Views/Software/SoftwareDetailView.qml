@@ -22,11 +22,31 @@ Flickable {
         revealsTerminal = false;
         revealAnimation.restart();
     }
-    onSoftwareChanged: contentY = 0
+    onSoftwareChanged: {
+        contentY = 0;
+        refreshAgent();
+    }
+    onVisibleChanged: refreshAgent()
+    Component.onCompleted: refreshAgent()
 
+    /// What the agents are connected to stands in their files, which change behind our back.
+    function refreshAgent() {
+        if (!visible || (software.id !== "openclaw" && software.id !== "hermes"))
+            return;
+        viewModel.checkQQBotConnection();
+        viewModel.checkWeChatConnection();
+        viewModel.checkApprovalsStatus();
+    }
+
+    AgentSheets {
+        id: agentSheets
+
+        viewModel: detail.viewModel
+    }
     SoftwareAlerts {
         id: softwareAlerts
 
+        sheets: agentSheets
         software: detail.software
         viewModel: detail.viewModel
     }
@@ -41,6 +61,7 @@ Flickable {
         SoftwareHeader {
             width: parent.width
             software: detail.software
+            viewModel: detail.viewModel
         }
         Separator {
             width: parent.width
@@ -48,6 +69,7 @@ Flickable {
         SoftwareActions {
             width: parent.width
             alerts: softwareAlerts
+            sheets: agentSheets
             software: detail.software
             viewModel: detail.viewModel
         }

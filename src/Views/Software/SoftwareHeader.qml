@@ -1,11 +1,12 @@
 import QtQuick
 import Vaelix
 
-/// Icon, name, description, category and status of the selected software.
+/// Icon, name, description, category and status of the selected software, and for an agent the way to its own settings.
 Item {
     id: header
 
     required property AISoftware software
+    required property SoftwareListViewModel viewModel
 
     implicitHeight: Math.max(icon.height, texts.height)
 
@@ -21,7 +22,8 @@ Item {
 
         anchors.left: icon.right
         anchors.leftMargin: Theme.spacingL
-        anchors.right: parent.right
+        anchors.right: settings.visible ? settings.left : parent.right
+        anchors.rightMargin: settings.visible ? Theme.spacingL : 0
         anchors.verticalCenter: parent.verticalCenter
         spacing: Theme.spacingXS
 
@@ -54,5 +56,21 @@ Item {
                 text: header.software.statusName
             }
         }
+    }
+    PushButton {
+        id: settings
+
+        readonly property bool isOpenClaw: header.software.id === "openclaw"
+
+        anchors.right: parent.right
+        symbol: isOpenClaw ? "slider.horizontal.3" : "bubble.left.and.bubble.right.fill"
+        text: isOpenClaw ? "端口与模型" : "平台接入"
+        visible: isOpenClaw || header.software.id === "hermes"
+        onClicked: isOpenClaw ? header.viewModel.showOpenClawConfig = true : header.openHermesGateway()
+    }
+
+    function openHermesGateway() {
+        viewModel.checkHermesConnections();
+        viewModel.showHermesGateway = true;
     }
 }

@@ -1,9 +1,10 @@
 import QtQuick
 
-/// Stands in for the login page while it loads, and when it cannot be loaded.
+/// Stands in for a page while it loads, and when it cannot be loaded.
 Item {
     id: status
 
+    required property string pageName
     required property bool hasFailed
     signal retryRequested
 
@@ -18,14 +19,14 @@ Item {
         }
         Label {
             color: Theme.secondaryText
-            text: "正在打开登录页面..."
+            text: "正在打开" + status.pageName + "..."
         }
     }
     EmptyPlaceholder {
         anchors.fill: parent
         description: "请检查网络连接，然后重试。"
         systemImage: "exclamationmark.triangle.fill"
-        title: "无法打开登录页面"
+        title: "无法打开" + status.pageName
         visible: status.hasFailed
 
         PushButton {
