@@ -5,6 +5,7 @@
 #include <QInputMethodEvent>
 #include <QUrlQuery>
 #include <algorithm>
+#include <qrencode.h>
 
 QStringList Screens::warnings;
 
@@ -174,4 +175,25 @@ void Screens::settle() const
             return std::exchange(previous, image) == image;
         }(),
         10000);
+}
+
+QByteArray codeAsText(const char *content)
+{
+    QRcode *const code = QRcode_encodeString(content, 0, QR_ECLEVEL_L, QR_MODE_8, 1);
+    const int margin = 2;
+    const auto isLight = [&](int x, int y) {
+        const bool isInside = x >= 0 && y >= 0 && x < code->width && y < code->width;
+        return !isInside || (code->data[y * code->width + x] & 1) == 0;
+    };
+    QByteArray text;
+    for (int y = -margin; y < code->width + margin; y += 2) {
+        for (int x = -margin; x < code->width + margin; ++x) {
+            const bool upper = isLight(x, y);
+            const bool lower = isLight(x, y + 1);
+            text += upper ? (lower ? "█" : "▀") : (lower ? "▄" : " ");
+        }
+        text += '\n';
+    }
+    QRcode_free(code);
+    return text;
 }

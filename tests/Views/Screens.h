@@ -59,3 +59,6 @@ public:
     /// of a catalog without a server. Screens give none.
     static QStringList warnings;
 };
+
+/// A QR code as programs print it into a terminal: two rows of modules a line, light ones as blocks.
+QByteArray codeAsText(const char *content);

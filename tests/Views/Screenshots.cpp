@@ -163,6 +163,84 @@ void takeOperations(Screens &screens, Album &album)
     album.take(QStringLiteral("error-banner"));
 }
 
+void waitUntil(const std::function<bool()> &isSo)
+{
+    if (!QTest::qWaitFor(isSo, 30000))
+        qFatal("what is waited for does not happen");
+}
+
+/// Waits until a property of the shown page view is true.
+void waitForPage(const Screens &screens, const char *property)
+{
+    const auto isTrue = [&] {
+        const QQuickItem *const view = screens.webPage();
+        return view && view->parentItem()->property(property).toBool();
+    };
+    if (!QTest::qWaitFor(isTrue, 30000))
+        qFatal("the page never %s", property);
+}
+
+void takeConfigurationOfAgents(Screens &screens, Album &album)
+{
+    takeAlert(screens, album, "openclaw", "关闭询问", "alert-approvals");
+    takeAlert(screens, album, "hermes", "接入QQ", "alert-hermes-qq");
+    takeAlert(screens, album, "openclaw", "端口与模型", "sheet-openclaw-config");
+    screens.scratch.write(QStringLiteral(".hermes/config.yaml"), "telegram");
+    takeAlert(screens, album, "hermes", "平台接入", "sheet-hermes");
+    screens.viewModel.terminalOutput()->append(u8">>> 配置 Hermes 网关平台...\n◆ Telegram bot token:\n");
+    takeAlert(screens, album, "hermes", "平台接入", "sheet-hermes-output");
+    screens.viewModel.terminalOutput()->clear();
+}
+
+/// The sheets that connect OpenClaw; a program of ours stands in its place and does as it is told by files.
+void takeConnections(Screens &screens, Album &album)
+{
+    const QString agent = QStringLiteral(".openclaw/bin/openclaw");
+    screens.scratch.write(agent,
+                          "#!/bin/sh\n"
+                          "wait_for() { until [ -e \"$HOME/$1\" ]; do /bin/sleep 0.1; done; }\n"
+                          "echo \"openclaw $1 $2\"\n"
+                          "case \"$1 $2\" in\n"
+                          "'plugins install') wait_for plugin ;;\n"
+                          "'gateway stop') wait_for stop ;;\n"
+                          "'channels login') cat ~/code; wait_for login; exit $(cat ~/login) ;;\n"
+                          "esac\n");
+    QFile::setPermissions(screens.scratch.path(agent), QFile::ReadOwner | QFile::ExeOwner);
+    screens.scratch.write(QStringLiteral(".zprofile"), "export PATH=~/.openclaw/bin:$PATH\nsleep() { }\npkill() { }\n");
+    screens.viewModel.setSelectedSoftware(screens.software(QStringLiteral("openclaw")));
+    screens.settle();
+
+    screens.click(screens.button(QStringLiteral("接入QQ")));
+    waitForPage(screens, "hasFailed");
+    album.take(QStringLiteral("sheet-qq-failed"));
+    QQBotConnectViewModel *const qqBot = screens.viewModel.qqBotConnection();
+    qqBot->takeCredentials(QStringLiteral("1029384756"), QStringLiteral("Kq7ZtB2xWm94LrVfYd81NcHs0PjEa6Ug"));
+    album.take(QStringLiteral("sheet-qq-question"));
+    screens.press(Qt::Key_Return);
+    album.take(QStringLiteral("sheet-qq-running"));
+    screens.scratch.write(QStringLiteral("plugin"), {});
+    waitUntil([&] { return qqBot->connectSuccess(); });
+    album.take(QStringLiteral("sheet-qq-done"));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+
+    screens.scratch.write(QStringLiteral("code"), codeAsText("https://liteapp.weixin.example/q/7GiQu1?id=8f3c1d"));
+    screens.click(screens.button(QStringLiteral("接入微信")));
+    album.take(QStringLiteral("sheet-wechat-starting"));
+    screens.scratch.write(QStringLiteral("stop"), {});
+    waitUntil([&] { return screens.viewModel.weChatConnection()->isRunning(); });
+    album.take(QStringLiteral("sheet-wechat-scan"));
+    screens.scratch.write(QStringLiteral("login"), "1");
+    waitUntil([&] { return screens.viewModel.weChatConnection()->isFailed(); });
+    album.take(QStringLiteral("sheet-wechat-failed"));
+    screens.scratch.write(QStringLiteral("login"), "0");
+    screens.click(screens.button(QStringLiteral("重试")));
+    waitUntil([&] { return screens.viewModel.weChatConnection()->isSuccess(); });
+    album.take(QStringLiteral("sheet-wechat-done"));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+}
+
 void openAccountMenu(Screens &screens)
 {
     screens.click(screens.elements(QAccessible::ButtonMenu).first());
@@ -189,18 +267,6 @@ void openLogin(Screens &screens)
     screens.click(screens.button(QStringLiteral("登录 / 注册")));
 }
 
-/// The login's states over a local server; its page loads in a web view of its own processes.
-/// Waits until a property of the shown page view is true.
-void waitForPage(const Screens &screens, const char *property)
-{
-    const auto isTrue = [&] {
-        const auto items = screens.window->findChildren<QQuickItem *>();
-        return std::ranges::any_of(items, [=](QQuickItem *item) { return item->property(property).toBool(); });
-    };
-    if (!QTest::qWaitFor(isTrue, 30000))
-        qFatal("the login page never %s", property);
-}
-
 /// The login's states, over a local server of its own.
 void takeLogin(const QString &folder)
 {
@@ -210,6 +276,7 @@ void takeLogin(const QString &folder)
     Album album(screens, folder);
     album.take(QStringLiteral("login-welcome"));
     openLogin(screens);
+    waitUntil([&] { return !server.requests().isEmpty(); });
     album.take(QStringLiteral("login-loading"));
     screens.click(screens.button(QStringLiteral("返回")));
     openLogin(screens);
@@ -249,6 +316,8 @@ int main(int argc, char *argv[])
     takeStates(screens, album);
     takeFilters(screens, album);
     takeAlerts(screens, album);
+    takeConfigurationOfAgents(screens, album);
     takeOperations(screens, album);
+    takeConnections(screens, album);
     return Screens::warnings.isEmpty() ? 0 : 1;
 }

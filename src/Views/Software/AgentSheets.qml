@@ -25,8 +25,24 @@ Item {
             visible: true
             onClosed: {
                 sheets.viewModel.checkQQBotConnection();
+                lateCheck.start();
                 qqBot.active = false;
             }
+        }
+    }
+    /// The agent's gateway makes its mark of the connection only some seconds after it was started.
+    Timer {
+        id: lateCheck
+
+        property int count: 0
+
+        interval: 2000
+        repeat: true
+        onRunningChanged: count = 0
+        onTriggered: {
+            sheets.viewModel.checkQQBotConnection();
+            if (++count === 15 || sheets.viewModel.isQQBotConnected)
+                stop();
         }
     }
     Loader {
