@@ -24,6 +24,7 @@ class AISoftware : public QObject
     Q_PROPERTY(QString version READ version NOTIFY versionChanged)
     Q_PROPERTY(SoftwareStatus::Value status READ status NOTIFY statusChanged)
     Q_PROPERTY(QString statusName READ statusName NOTIFY statusChanged)
+    Q_PROPERTY(bool isUsable READ isUsable NOTIFY statusChanged)
     Q_PROPERTY(QDateTime installedAt READ installedAtOrInvalid NOTIFY installedAtChanged)
 
 public:
@@ -47,6 +48,7 @@ public:
 
     QString categoryName() const { return SoftwareCategory::displayName(category); }
     QString statusName() const { return SoftwareStatus::displayName(m_status); }
+    bool isUsable() const { return SoftwareStatus::isUsable(m_status); }
 
     // Changed while the list is built or rebuilt only; catalogChanged tells of it.
     QString name;

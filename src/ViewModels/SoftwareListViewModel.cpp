@@ -112,7 +112,7 @@ QCoro::Task<> SoftwareListViewModel::detectLocalVersions()
     const QPointer self(this);
     const QList<SoftwarePointer> list(softwareList().begin(), softwareList().end());
     for (const SoftwarePointer &software : list) {
-        if (!software || !SoftwareStatus::isUsable(software->status()) || versionCommand(software->id()).isEmpty())
+        if (!software || !software->isUsable() || versionCommand(software->id()).isEmpty())
             continue;
         const auto result = co_await m_services.detection.shell().run(versionCommand(software->id()));
         if (!self)

@@ -252,6 +252,8 @@ void tst_AgentServices::hermesApprovals_data()
         "approvals:\n  mode: manual\n  x: 'smart'\n");
     row("block in a comment counts", "# approvals: none\n", "# approvals: none\n");
     row("off already", "approvals:\n  mode: \"off\"\n", "approvals:\n  mode: \"off\"\n");
+    const QByteArray large = QByteArray("key: value # 注释\n").repeated(500'000);
+    row("10 MB", large, large + approvalsBlock);
     row("not UTF-8", "model: \xff\n", "model: \xff\n");
 }
 

@@ -15,6 +15,7 @@ Sheet {
     Loader {
         id: web
 
+        anchors.bottomMargin: Theme.cardRadius // keeps the page out of the sheet's round corners
         anchors.fill: parent
         active: !qqBotConnectView.connection.showLog
         focus: true

@@ -12,7 +12,7 @@ Flow {
 
     readonly property int status: software.status
     readonly property bool isReady: !viewModel.isOperating
-    readonly property bool isInstalled: status === SoftwareStatus.Installed || status === SoftwareStatus.Running || status === SoftwareStatus.Stopped
+    readonly property bool isInstalled: software.isUsable
     readonly property bool isHermes: software.id === "hermes"
     readonly property bool isAgent: software.id === "openclaw" || isHermes
     readonly property bool isConfigured: viewModel.configuredSoftwareIds.includes(software.id)

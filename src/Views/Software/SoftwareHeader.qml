@@ -63,6 +63,7 @@ Item {
         readonly property bool isOpenClaw: header.software.id === "openclaw"
 
         anchors.right: parent.right
+        enabled: header.software.isUsable
         symbol: isOpenClaw ? "slider.horizontal.3" : "bubble.left.and.bubble.right.fill"
         text: isOpenClaw ? "端口与模型" : "平台接入"
         visible: isOpenClaw || header.software.id === "hermes"
