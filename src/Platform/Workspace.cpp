@@ -36,8 +36,7 @@ const QList<QStringList> &terminals()
 /// Nobody else can have put into the file what is about to run.
 bool isOwn(const QString &path)
 {
-    struct stat file {
-    };
+    struct stat file{};
     return ::lstat(QFile::encodeName(path), &file) == 0 && S_ISREG(file.st_mode) && file.st_uid == ::getuid()
         && (file.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }

@@ -94,7 +94,7 @@ QCoro::Task<> SoftwareListViewModel::finishInstall(SoftwarePointer software)
     if (!self || !software || software->id() != QLatin1String("openclaw")
         || software->status() != SoftwareStatus::Installed || !m_errorMessage.isEmpty())
         co_return;
-    const auto discard = [](QUtf8StringView) {};
+    const auto discard = [](QUtf8StringView) { };
     co_await m_services.installer.shell().runWithStreaming(
         QStringLiteral("pkill -f openclaw-gateway 2>/dev/null; pkill -x openclaw 2>/dev/null; sleep 1"), discard);
     if (self && software)

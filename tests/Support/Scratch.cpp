@@ -63,8 +63,8 @@ void Scratch::setCatalog(const SoftwareCatalog::Entries &entries) const
 
 SoftwareListViewModel::Services Scratch::services()
 {
-    return {catalog, store, detection, monitor, installer, keychain, defaults, folders, openClaw, hermes, workspace,
-            qqBotConnection, weChatConnection};
+    return {catalog, store,    detection, monitor,   installer,       keychain,        defaults,
+            folders, openClaw, hermes,    workspace, qqBotConnection, weChatConnection};
 }
 
 SoftwareCatalogEntry testEntry(const QString &id)

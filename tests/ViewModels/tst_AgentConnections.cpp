@@ -160,8 +160,7 @@ void tst_AgentConnections::weChatOutcome_data()
     QTest::newRow("succeeds") << QByteArray("echo 扫码") << true << u"扫码\n✅ 登录完成\n"_s;
     QTest::newRow("says so and then fails")
         << QByteArray("echo 'Login Success'; exit 1") << true << u"Login Success\n⚠️ 退出码: 1\n"_s;
-    QTest::newRow("fails") << QByteArray("echo 'no network' >&2; exit 1") << false
-                           << u"no network\n⚠️ 退出码: 1\n"_s;
+    QTest::newRow("fails") << QByteArray("echo 'no network' >&2; exit 1") << false << u"no network\n⚠️ 退出码: 1\n"_s;
     QTest::newRow("ends by a signal") << QByteArray("kill -KILL $$") << false << u"⚠️ 退出码: 137\n"_s;
 }
 
