@@ -1,0 +1,44 @@
+#include "AppVersionInfo.h"
+
+namespace {
+
+Decoded<bool> decodeFlag(JSONValue value)
+{
+    bool flag = false;
+    if (value.get(flag) != simdjson::SUCCESS)
+        return std::unexpected(DecodingError{QStringLiteral("应为布尔值")});
+    return flag;
+}
+
+} // namespace
+
+std::optional<AppVersionInfo> VersionCheckResponse::versionInfo() const
+{
+    if (!hasUpdate || !latestVersion || !buildNumber)
+        return {};
+    return AppVersionInfo{
+        .version = *latestVersion,
+        .buildNumber = *buildNumber,
+        .releaseNotes = releaseNotes.value_or(QString()),
+        .downloadURL = downloadURL.value_or(QString()),
+        .fileSize = fileSize.value_or(0),
+        .fileHash = fileHash.value_or(QString()),
+        .isMandatory = isMandatory.value_or(false),
+    };
+}
+
+Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value)
+{
+    JSONReader json(value);
+    return json.result(VersionCheckResponse{
+        .hasUpdate = json.value("has_update", decodeFlag),
+        .message = json.optionalText("message"),
+        .latestVersion = json.optionalText("latest_version"),
+        .buildNumber = json.optionalValue("build_number", decodeInteger),
+        .releaseNotes = json.optionalText("release_notes"),
+        .downloadURL = json.optionalText("download_url"),
+        .fileSize = json.optionalValue("file_size", decodeInteger),
+        .fileHash = json.optionalText("file_hash"),
+        .isMandatory = json.optionalValue("is_mandatory", decodeFlag),
+    });
+}

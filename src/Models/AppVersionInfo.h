@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Utilities/JSONReader.h"
+
+#include <QUuid>
+
+/// An update that can be had.
+struct AppVersionInfo {
+    QUuid id = QUuid::createUuid(); ///< tells two descriptors apart in lists, nothing more
+    QString version; ///< as shown, for example "1.2.0"
+    qint64 buildNumber = 0;
+    QString releaseNotes;
+    QString downloadURL; ///< of the disk image; may be a bare path on the update server
+    qint64 fileSize = 0; ///< bytes of the image; 0 when the server does not say
+    QString fileHash; ///< SHA-256 of the image in hexadecimal of either case; empty when the server does not say
+    bool isMandatory = false; ///< cannot be postponed
+};
+
+/// What the update server answers to a check. JSON keys are the field names in snake_case; only
+/// "has_update" is required.
+struct VersionCheckResponse {
+    bool hasUpdate = false;
+    std::optional<QString> message;
+    std::optional<QString> latestVersion;
+    std::optional<qint64> buildNumber;
+    std::optional<QString> releaseNotes;
+    std::optional<QString> downloadURL;
+    std::optional<qint64> fileSize;
+    std::optional<QString> fileHash;
+    std::optional<bool> isMandatory;
+
+    /// None without an update, or when its version or build number was not sent.
+    std::optional<AppVersionInfo> versionInfo() const;
+};
+
+Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value);
