@@ -1,10 +1,12 @@
 import QtQuick
+import QtQuick.Templates as T
 
 /// The menu over the account label, which loads it when it is first wanted.
 Item {
     id: actions
 
     readonly property alias isOpen: menu.visible
+    signal changePasswordRequested
     signal logoutRequested
 
     function toggle() {
@@ -24,6 +26,15 @@ Item {
         y: -height - Theme.spacingXS
         width: actions.width
 
+        MenuRow {
+            symbol: "key.fill"
+            text: "修改密码"
+            onTriggered: actions.changePasswordRequested()
+        }
+        T.MenuSeparator {
+            verticalPadding: Theme.spacingXS
+            contentItem: Separator {}
+        }
         MenuRow {
             destructive: true
             symbol: "rectangle.portrait.and.arrow.right"

@@ -7,6 +7,7 @@ Item {
 
     required property string displayName
     readonly property string label: displayName === "" ? "用户" : displayName
+    signal changePasswordRequested
     signal logoutRequested
 
     implicitHeight: Theme.rowHeight
@@ -92,6 +93,7 @@ Item {
     Connections {
         target: menu.item
 
+        function onChangePasswordRequested() { account.changePasswordRequested(); }
         function onLogoutRequested() { account.logoutRequested(); }
     }
 }

@@ -9,8 +9,9 @@ Item {
 
     required property string appVersion
     required property AuthService authService
-    /// Given by tests; else the software section makes its own.
-    property SoftwareListViewModel softwareViewModel: null
+    /// Given by tests, by name: "dashboard", "software", "token", "tokenProxy", "changePassword".
+    /// What is not given is made where it is used.
+    property var viewModels: ({})
     property NavigationItem selectedItem: dashboard
     property bool isCheckingUpdate: false
 
@@ -25,6 +26,12 @@ Item {
         (upToDateAlert.item as UpToDateAlert).open();
     }
 
+    function changePassword() {
+        const viewModel = viewModels.changePassword;
+        passwordSheet.setSource(viewModel ? "ChangePasswordView.qml" : "ChangePasswordSheet.qml",
+                                viewModel ? { viewModel: viewModel, visible: true } : { visible: true });
+    }
+
     Sidebar {
         id: sidebar
 
@@ -34,6 +41,7 @@ Item {
         displayName: content.authService.displayName
         isCheckingUpdate: content.isCheckingUpdate
         selectedItem: content.selectedItem
+        onChangePasswordRequested: content.changePassword()
         onLogoutRequested: content.authService.logout()
         onSelected: item => content.selectedItem = item
         onUpdateCheckRequested: content.checkForUpdates()
@@ -41,20 +49,21 @@ Item {
         NavigationItem {
             id: dashboard
 
-            screen: "EmptyPlaceholder.qml"
-            screenProperties: ({ title: title, systemImage: symbol, description: "即将推出" })
+            screen: content.viewModels.dashboard ? "DashboardView.qml" : "DashboardSection.qml"
+            screenProperties: content.viewModels.dashboard ? { viewModel: content.viewModels.dashboard } : {}
             symbol: "square.grid.2x2"
             title: "仪表盘"
         }
         NavigationItem {
-            screen: content.softwareViewModel ? "SoftwareListView.qml" : "SoftwareSection.qml"
-            screenProperties: content.softwareViewModel ? { viewModel: content.softwareViewModel } : {}
+            screen: content.viewModels.software ? "SoftwareListView.qml" : "SoftwareSection.qml"
+            screenProperties: content.viewModels.software ? { viewModel: content.viewModels.software } : {}
             symbol: "cpu"
             title: "AI 软件"
         }
         NavigationItem {
-            screen: "EmptyPlaceholder.qml"
-            screenProperties: ({ title: title, systemImage: symbol, description: "即将推出" })
+            screen: content.viewModels.token ? "TokenOverviewView.qml" : "TokenSection.qml"
+            screenProperties: content.viewModels.token
+                ? { viewModel: content.viewModels.token, proxyViewModel: content.viewModels.tokenProxy } : {}
             symbol: "bitcoinsign.circle"
             title: "Token 管理"
         }
@@ -101,5 +110,14 @@ Item {
         id: upToDateAlert
 
         anchors.fill: parent
+    }
+    /// Gone with what was typed when it is closed.
+    Loader {
+        id: passwordSheet
+    }
+    Connections {
+        target: passwordSheet.item
+
+        function onClosed() { passwordSheet.source = ""; }
     }
 }

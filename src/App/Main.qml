@@ -7,7 +7,8 @@ Window {
 
     required property string appVersion
     required property AuthService authService
-    property SoftwareListViewModel softwareViewModel: null
+    /// Given by tests: see ContentView.
+    property var viewModels: ({})
 
     width: 1080
     height: 720
@@ -51,7 +52,7 @@ Window {
                 setSource("ContentView.qml", {
                     appVersion: mainWindow.appVersion,
                     authService: mainWindow.authService,
-                    softwareViewModel: mainWindow.softwareViewModel
+                    viewModels: mainWindow.viewModels
                 });
             else
                 setSource("LoginView.qml", { authService: mainWindow.authService });

@@ -13,6 +13,7 @@ Rectangle {
     required property bool isCheckingUpdate
     signal selected(NavigationItem item)
     signal updateCheckRequested
+    signal changePasswordRequested
     signal logoutRequested
 
     color: Theme.sidebar
@@ -76,6 +77,7 @@ Rectangle {
         AccountMenu {
             width: parent.width
             displayName: sidebar.displayName
+            onChangePasswordRequested: sidebar.changePasswordRequested()
             onLogoutRequested: sidebar.logoutRequested()
         }
     }

@@ -1,5 +1,6 @@
 #include "QmlTypes.h"
 
+#include "Components/QRCodeImageProvider.h"
 #include "Components/SymbolImageProvider.h"
 
 #include <QFont>
@@ -26,6 +27,7 @@ void installViews(QQmlEngine &engine)
     QFont::insertSubstitution(QStringLiteral("DejaVu Sans Mono"), QStringLiteral("Noto Sans Mono CJK SC"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     engine.addImageProvider(SymbolImageProvider::scheme, new SymbolImageProvider);
+    engine.addImageProvider(QRCodeImageProvider::scheme, new QRCodeImageProvider);
 }
 
 Appearance *AppearanceType::create(QQmlEngine *, QJSEngine *)

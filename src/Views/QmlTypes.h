@@ -2,7 +2,11 @@
 
 #include "Platform/Appearance.h"
 #include "Services/AuthService.h"
+#include "ViewModels/ChangePasswordViewModel.h"
+#include "ViewModels/DashboardViewModel.h"
 #include "ViewModels/SoftwareListViewModel.h"
+#include "ViewModels/TokenProxyViewModel.h"
+#include "ViewModels/TokenViewModel.h"
 
 #include <QtQml/qqml.h>
 
@@ -39,6 +43,67 @@ struct SoftwareListViewModelType {
     Q_GADGET
     QML_FOREIGN(SoftwareListViewModel)
     QML_ANONYMOUS
+};
+
+// Made known by its heir ScreenDashboardViewModel.
+struct DashboardViewModelType {
+    Q_GADGET
+    QML_FOREIGN(DashboardViewModel)
+    QML_ANONYMOUS
+};
+
+struct DashboardUsageModelType {
+    Q_GADGET
+    QML_FOREIGN(DashboardUsageModel)
+    QML_NAMED_ELEMENT(DashboardUsageModel)
+    QML_UNCREATABLE("It belongs to a DashboardViewModel.")
+};
+
+// Made known by its heir ScreenChangePasswordViewModel.
+struct ChangePasswordViewModelType {
+    Q_GADGET
+    QML_FOREIGN(ChangePasswordViewModel)
+    QML_ANONYMOUS
+};
+
+// Made known by its heir ScreenTokenViewModel.
+struct TokenViewModelType {
+    Q_GADGET
+    QML_FOREIGN(TokenViewModel)
+    QML_ANONYMOUS
+};
+
+struct TokenProxyViewModelType {
+    Q_GADGET
+    QML_FOREIGN(TokenProxyViewModel)
+    QML_NAMED_ELEMENT(TokenProxyViewModel)
+};
+
+struct TokenBalanceType {
+    Q_GADGET
+    QML_FOREIGN(TokenBalance)
+    QML_NAMED_ELEMENT(TokenBalance)
+    QML_UNCREATABLE("It belongs to a TokenViewModel.")
+};
+
+struct TokenPackageType {
+    Q_GADGET
+    QML_FOREIGN(TokenPackage)
+    QML_VALUE_TYPE(tokenPackage)
+};
+
+struct TokenPackageListModelType {
+    Q_GADGET
+    QML_FOREIGN(TokenPackageListModel)
+    QML_NAMED_ELEMENT(TokenPackageListModel)
+    QML_UNCREATABLE("It belongs to a TokenViewModel.")
+};
+
+struct TokenTransactionListModelType {
+    Q_GADGET
+    QML_FOREIGN(TokenTransactionListModel)
+    QML_NAMED_ELEMENT(TokenTransactionListModel)
+    QML_UNCREATABLE("It belongs to a TokenViewModel.")
 };
 
 struct SoftwareListModelType {
@@ -87,3 +152,15 @@ Q_NAMESPACE
 QML_FOREIGN_NAMESPACE(SoftwareStatus)
 QML_NAMED_ELEMENT(SoftwareStatus)
 } // namespace SoftwareStatusType
+
+namespace TokenTabType {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(TokenTab)
+QML_NAMED_ELEMENT(TokenTab)
+} // namespace TokenTabType
+
+namespace TransactionTypeType {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(TransactionType)
+QML_NAMED_ELEMENT(TransactionType)
+} // namespace TransactionTypeType

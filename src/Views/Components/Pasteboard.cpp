@@ -3,7 +3,12 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+void Pasteboard::copyText(const QString &text) const
+{
+    QGuiApplication::clipboard()->setText(text);
+}
+
 void Pasteboard::copyOutput(const TerminalOutput *output) const
 {
-    QGuiApplication::clipboard()->setText(QString::fromUtf8(output->text()));
+    copyText(QString::fromUtf8(output->text()));
 }

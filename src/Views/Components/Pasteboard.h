@@ -14,6 +14,7 @@ class Pasteboard : public QObject
 public:
     using QObject::QObject;
 
+    Q_INVOKABLE void copyText(const QString &text) const;
     /// Copies everything an operation has written, not only what is shown of it.
     Q_INVOKABLE void copyOutput(const TerminalOutput *output) const;
 };

@@ -12,6 +12,8 @@ ModalPopup {
     property real preferredHeight: 400
     /// Has the button that closes it in its bar; else it has buttons of its own.
     property bool hasCloseButton: true
+    /// That button is a cross at the bar's end.
+    property bool closesAtEnd: false
 
     width: parent ? Math.min(preferredWidth, parent.width - 2 * Theme.spacingXXL) : preferredWidth
     height: parent ? Math.min(preferredHeight, parent.height - 2 * Theme.spacingXXL) : preferredHeight
@@ -23,6 +25,7 @@ ModalPopup {
         y: -height
         width: parent.width
         height: sheet.topPadding
+        closesAtEnd: sheet.closesAtEnd
         hasCloseButton: sheet.hasCloseButton
         symbol: sheet.symbol
         title: sheet.title

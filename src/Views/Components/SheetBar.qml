@@ -7,6 +7,7 @@ Item {
     required property string title
     required property string symbol
     required property bool hasCloseButton
+    required property bool closesAtEnd
     signal closeRequested
 
     BackButton {
@@ -14,7 +15,7 @@ Item {
         anchors.leftMargin: Theme.spacingM
         anchors.verticalCenter: parent.verticalCenter
         text: "关闭"
-        visible: bar.hasCloseButton
+        visible: bar.hasCloseButton && !bar.closesAtEnd
         onClicked: bar.closeRequested()
     }
     Row {
@@ -35,6 +36,15 @@ Item {
             Accessible.name: text
             Accessible.role: Accessible.Heading
         }
+    }
+    IconButton {
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingS
+        anchors.verticalCenter: parent.verticalCenter
+        symbol: "xmark.circle.fill"
+        text: "关闭"
+        visible: bar.hasCloseButton && bar.closesAtEnd
+        onClicked: bar.closeRequested()
     }
     Separator {
         anchors.bottom: parent.bottom

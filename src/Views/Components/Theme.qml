@@ -14,6 +14,9 @@ QtObject {
     readonly property color separator: isDark ? "#1FFFFFFF" : "#1A000000"
     readonly property color outline: isDark ? "#29FFFFFF" : "#24000000"
     readonly property color scrim: isDark ? "#80000000" : "#4D000000"
+    /// Dark enough for white text on it, in either look.
+    readonly property color balanceStart: "#0067D9"
+    readonly property color balanceEnd: "#9A3FC9"
     readonly property color terminal: "#000000"
     readonly property color terminalText: "#00FF00"
 
@@ -30,12 +33,15 @@ QtObject {
     readonly property color orange: isDark ? "#FF9F0A" : "#FF9500"
     readonly property color red: isDark ? "#FF453A" : "#FF3B30"
     readonly property color yellow: isDark ? "#FFD60A" : "#FFCC00"
+    readonly property color purple: isDark ? "#BF5AF2" : "#AF52DE"
+    readonly property color cyan: isDark ? "#64D2FF" : "#32ADE6"
     readonly property color grey: isDark ? "#98989D" : "#8E8E93"
 
     // Controls
     readonly property color control: isDark ? "#3A3A3C" : "#FFFFFF"
     readonly property color controlHovered: isDark ? "#444447" : "#F7F7F8"
     readonly property color controlPressed: isDark ? "#525255" : "#E8E8EB"
+    readonly property color segment: isDark ? "#636366" : "#FFFFFF"
     readonly property color hovered: isDark ? "#14FFFFFF" : "#0D000000"
     readonly property color pressed: isDark ? "#26FFFFFF" : "#1A000000"
     readonly property color focusRing: faded(accent, 0.5)
@@ -45,6 +51,7 @@ QtObject {
     readonly property string fontFamily: "Noto Sans CJK SC"
     /// Its block characters fill their cells, so that a QR code printed as text can be scanned.
     readonly property string monospacedFamily: "DejaVu Sans Mono"
+    readonly property int chartCaption: 9
     readonly property int smallCaption: 10
     readonly property int caption: 11
     /// The smallest monospaced type whose characters are exactly half as wide as they are high.

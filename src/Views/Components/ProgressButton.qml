@@ -1,0 +1,33 @@
+import QtQuick
+
+/// A button whose text gives way to a spinner while what it began is under way; it cannot be pressed then.
+PushButton {
+    id: button
+
+    property bool isBusy: false
+
+    enabled: !isBusy
+    opacity: enabled || isBusy ? 1 : Theme.disabledOpacity
+
+    contentItem: Item {
+        implicitWidth: content.implicitWidth
+        implicitHeight: content.implicitHeight
+
+        ButtonContent {
+            id: content
+
+            anchors.centerIn: parent
+            color: button.foreground
+            symbol: button.symbol
+            symbolColor: button.symbolColor
+            text: button.text
+            visible: !button.isBusy
+        }
+        Spinner {
+            anchors.centerIn: parent
+            color: button.foreground
+            size: Theme.smallIcon
+            visible: button.isBusy
+        }
+    }
+}
