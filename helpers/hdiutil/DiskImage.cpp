@@ -147,7 +147,7 @@ Result<fs::path> unpackInto(const fs::path &folder, const Archive &archive, cons
     if (const auto limited = limitFileSize(); !limited)
         return Failure(limited.error());
     const fs::path unpacked = folder / "unpacked";
-    const fs::path volume = folder / volumeName;
+    fs::path volume = folder / volumeName;
     std::error_code error;
     fs::create_directory(unpacked, error);
     if (error)
