@@ -26,9 +26,17 @@ static void recordMessage(QtMsgType type, const QMessageLogContext &context, con
     previousHandler(type, context, message);
 }
 
+QCoro::Task<> BriefClock::sleep(std::chrono::milliseconds duration, std::stop_token stop)
+{
+    co_await Clock::sleep(duration / 100, stop);
+    m_now += duration;
+}
+
 Screens::Screens(Start start, const QString &serverOrigin)
-    : auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
+    : scratch(serverOrigin)
+    , auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
            [this](const QString &name) { endedProcesses.append(name); })
+    , tokenProxyViewModel(serverOrigin, scratch.keychain)
 {
     if (!previousHandler)
         previousHandler = qInstallMessageHandler(recordMessage);
@@ -42,7 +50,7 @@ Screens::Screens(Start start, const QString &serverOrigin)
         qputenv(variable, QFile::encodeName(webFolder.path()));
     engine.setInitialProperties({{QStringLiteral("appVersion"), QStringLiteral("1.0.0")},
                                  {QStringLiteral("authService"), QVariant::fromValue(&auth)},
-                                 {QStringLiteral("softwareViewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
+                                 {QStringLiteral("viewModels"), viewModels()}});
     engine.load(mainWindowUrl);
     window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
     Q_ASSERT(window);
@@ -51,10 +59,19 @@ Screens::Screens(Start start, const QString &serverOrigin)
         qFatal("the window does not become active");
 }
 
-void Screens::signIn(const QString &displayName)
+QVariantMap Screens::viewModels()
+{
+    return {{QStringLiteral("dashboard"), QVariant::fromValue<QObject *>(&dashboardViewModel)},
+            {QStringLiteral("changePassword"), QVariant::fromValue<QObject *>(&changePasswordViewModel)},
+            {QStringLiteral("software"), QVariant::fromValue<QObject *>(&viewModel)},
+            {QStringLiteral("token"), QVariant::fromValue<QObject *>(&tokenViewModel)},
+            {QStringLiteral("tokenProxy"), QVariant::fromValue<QObject *>(&tokenProxyViewModel)}};
+}
+
+void Screens::signIn(const QString &displayName, const QString &token)
 {
     QUrl url(QStringLiteral("x-vaelix://auth/callback"));
-    url.setQuery(QUrlQuery{{QStringLiteral("token"), QStringLiteral("t")},
+    url.setQuery(QUrlQuery{{QStringLiteral("token"), token},
                            {QStringLiteral("user_id"), QStringLiteral("1")},
                            {QStringLiteral("display_name"), displayName}});
     auth.handleCallback(url);

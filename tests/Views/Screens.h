@@ -1,13 +1,30 @@
 #pragma once
 
+#include "Platform/Clock.h"
 #include "Services/AuthService.h"
+#include "Services/TokenAPIService.h"
 #include "Support/Scratch.h"
+#include "ViewModels/TokenProxyViewModel.h"
+#include "Views/Auth/ScreenChangePasswordViewModel.h"
+#include "Views/Dashboard/ScreenDashboardViewModel.h"
 #include "Views/Software/ScreenViewModel.h"
+#include "Views/Token/ScreenTokenViewModel.h"
 
 #include <QAccessible>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+
+/// Time of which only what is slept passes, every two seconds of it within a moment.
+class BriefClock : public Clock
+{
+public:
+    std::chrono::milliseconds now() const override { return m_now; }
+    QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) override;
+
+private:
+    std::chrono::milliseconds m_now{0};
+};
 
 /// The real main window over a view model and services of a scratch home. Its elements are found as
 /// assistive technology finds them: by role and name.
@@ -20,7 +37,7 @@ public:
     explicit Screens(Start start = Start::SignedIn, const QString &serverOrigin = QStringLiteral("http://127.0.0.1:9"));
 
     /// Completes a login, as its callback does.
-    void signIn(const QString &displayName);
+    void signIn(const QString &displayName, const QString &token = QStringLiteral("t"));
     /// Makes `entries` the catalog and opens the software section; returns once it is loaded.
     void openSoftware(const SoftwareCatalog::Entries &entries);
     /// Selects the software by a click on its row.
@@ -50,6 +67,12 @@ public:
     /// What the authentication service would have ended, by name.
     QStringList endedProcesses;
     AuthService auth;
+    TokenAPIService tokenAPI{scratch.api};
+    BriefClock clock;
+    ScreenTokenViewModel tokenViewModel{TokenViewModel::Services{tokenAPI, auth, clock}};
+    TokenProxyViewModel tokenProxyViewModel;
+    ScreenDashboardViewModel dashboardViewModel{DashboardViewModel::Services{scratch.store, tokenAPI}};
+    ScreenChangePasswordViewModel changePasswordViewModel{tokenAPI};
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
     /// The view of the web page that is open, whether it has loaded or not; null when there is none.
@@ -58,6 +81,9 @@ public:
     /// Every warning since they were cleared last, but those of the off-screen platform, of Qt WebEngine on it, and
     /// of a catalog without a server. Screens give none.
     static QStringList warnings;
+
+private:
+    QVariantMap viewModels();
 };
 
 /// A QR code as programs print it into a terminal: two rows of modules a line, light ones as blocks.

@@ -1,6 +1,7 @@
 #include "Screens.h"
 
 #include "DevServer.h"
+#include "History.h"
 #include "Platform/Appearance.h"
 #include "Seed.h"
 
@@ -297,6 +298,141 @@ void takeUnreachableServer(const QString &folder)
     album.take(QStringLiteral("login-failed"));
 }
 
+void openTab(Screens &screens, TokenTab::Value tab)
+{
+    screens.tokenViewModel.setSelectedTab(tab);
+    QTest::qWait(100);
+}
+
+/// What the token section shows without its server, and before it has answered.
+void takeMissingTokens(Screens &screens, devserver::DevServer &server, Album &album)
+{
+    using namespace std::chrono_literals;
+    server.faults().set("GET", QStringLiteral("/api/v1/token/balance"), {.delay = 1h});
+    screens.click(screens.button(QStringLiteral("Token 管理")));
+    album.take(QStringLiteral("token-loading"));
+    openTab(screens, TokenTab::History);
+    album.take(QStringLiteral("token-history-loading"));
+    openTab(screens, TokenTab::Proxy);
+    album.take(QStringLiteral("token-api-signed-out"));
+    server.faults().clear();
+}
+
+void takePurchase(Screens &screens, devserver::DevServer &server, Album &album)
+{
+    using namespace std::chrono_literals;
+    screens.tokenViewModel.loadData();
+    waitUntil(
+        [&] { return screens.tokenViewModel.balance() && screens.tokenViewModel.transactions()->rowCount() > 0; });
+    album.take(QStringLiteral("token-packages"));
+    screens.window->resize(900, 600);
+    screens.settle();
+    screens.click(screens.element(QAccessible::RadioButton, QStringLiteral("标准版，500,000 Token，¥39.90")));
+    album.take(QStringLiteral("token-selected"));
+    screens.click(screens.button(QStringLiteral("确认购买 标准版 - ¥39.90")));
+    QTest::qWait(400);
+    album.take(QStringLiteral("token-question"));
+    const QString recharge = QStringLiteral("/api/v1/token/recharge");
+    server.faults().set("POST", recharge, {.delay = 1h}, 1);
+    screens.press(Qt::Key_Return);
+    QTest::qWait(400);
+    album.take(QStringLiteral("token-purchasing"));
+    screens.tokenViewModel.purchase(TokenPackage::mockPackages().at(1));
+    waitUntil([&] { return screens.tokenViewModel.isPolling(); });
+    screens.tokenViewModel.stopPolling();
+    album.take(QStringLiteral("token-payment-ended"));
+    screens.tokenViewModel.pollPaymentStatus();
+    album.take(QStringLiteral("token-payment"));
+    server.state().orders.withNumber(screens.tokenViewModel.paymentOrderNo())->fate = devserver::OrderFate::SelfPaid;
+    screens.tokenViewModel.pollPaymentStatus();
+    waitUntil([&] { return !screens.tokenViewModel.successMessage().isEmpty(); });
+    QTest::qWait(400);
+    album.take(QStringLiteral("token-paid"));
+    server.faults().set("POST", recharge, {.status = 502, .body = "upstream"}, 1);
+    screens.tokenViewModel.purchase(TokenPackage::mockPackages().at(1));
+    waitUntil([&] { return !screens.tokenViewModel.errorMessage().isEmpty(); });
+    album.take(QStringLiteral("token-failed"));
+    screens.tokenViewModel.dismissMessages();
+}
+
+void takeDashboard(Screens &screens, devserver::DevServer &server, Album &album)
+{
+    const auto answer = [&](const char *name, const QByteArray &usage) {
+        server.faults().set("GET", QStringLiteral("/api/v1/token/usage/weekly"),
+                            {.status = 200, .body = R"({"code":0,"message":"ok","data":)" + usage + '}'});
+        screens.dashboardViewModel.loadData();
+        waitUntil([&] { return !screens.dashboardViewModel.isLoading(); });
+        album.take(QStringLiteral("dashboard-") + QString::fromLatin1(name));
+    };
+    screens.click(screens.button(QStringLiteral("仪表盘")));
+    waitUntil([&] { return !screens.dashboardViewModel.isLoading(); });
+    album.take(QStringLiteral("dashboard-week"));
+    answer("one-day", R"([{"date":"2026-11-20","tokens":1234567}])");
+    answer("zero", R"([{"date":"2026-11-19","tokens":0},{"date":"2026-11-20","tokens":0}])");
+    answer("huge-day", R"([{"date":"2026-11-18","tokens":5},{"date":"2026-11-19","tokens":99000000000}])");
+    server.faults().clear();
+    screens.openSoftware(entries());
+    screens.setStatus(QStringLiteral("openclaw"), SoftwareStatus::Running);
+    screens.setStatus(QStringLiteral("qwen"), SoftwareStatus::Error);
+    screens.click(screens.button(QStringLiteral("仪表盘")));
+    waitUntil([&] { return !screens.dashboardViewModel.isLoading(); });
+    album.take(QStringLiteral("dashboard-software"));
+}
+
+void takePasswordSheet(Screens &screens, devserver::DevServer &server, Album &album)
+{
+    const auto open = [&] {
+        openAccountMenu(screens);
+        screens.click(screens.element(QAccessible::MenuItem, QStringLiteral("修改密码")));
+        QTest::qWait(400);
+    };
+    open();
+    album.take(QStringLiteral("password-empty"));
+    for (QQuickItem *const field : screens.elements(QAccessible::EditableText)) {
+        screens.click(field);
+        screens.type(field == screens.elements(QAccessible::EditableText).first() ? QStringLiteral("wrong")
+                                                                                  : QStringLiteral("brand-new"));
+    }
+    screens.press(Qt::Key_Return);
+    waitUntil([&] { return !screens.changePasswordViewModel.errorMessage().isEmpty(); });
+    album.take(QStringLiteral("password-refused"));
+    server.faults().set("POST", QStringLiteral("/api/v1/user/change-password"),
+                        {.status = 200, .body = R"({"code":0,"message":"ok"})"});
+    screens.press(Qt::Key_Return);
+    waitUntil([&] { return screens.changePasswordViewModel.showSuccess(); });
+    QTest::qWait(400);
+    album.take(QStringLiteral("password-changed"));
+    screens.press(Qt::Key_Escape);
+    QTest::qWait(400);
+}
+
+void takeTokens(const QString &folder)
+{
+    devserver::ServerState state{.accounts = devserver::embeddedAccounts().value()};
+    const devserver::Account account = state.accounts.all().first();
+    const QString token = state.accounts.issueToken(account);
+    devserver::DevServer server(std::move(state));
+    Screens screens(Screens::Start::SignedOut, server.start(0).value());
+    screens.signIn(account.displayName, token);
+    Album album(screens, folder);
+    takeMissingTokens(screens, server, album);
+    openTab(screens, TokenTab::History);
+    screens.tokenViewModel.loadData();
+    QTest::qWait(1000);
+    album.take(QStringLiteral("token-history-empty"));
+    openTab(screens, TokenTab::Purchase);
+    server.state().ledger = devserver::seededLedger(server.state().accounts, QDateTime::currentDateTimeUtc());
+    takePurchase(screens, server, album);
+    openTab(screens, TokenTab::History);
+    album.take(QStringLiteral("token-history"));
+    openTab(screens, TokenTab::Proxy);
+    screens.settle();
+    screens.click(screens.button(QStringLiteral("复制 API Base URL")));
+    album.take(QStringLiteral("token-api"));
+    takeDashboard(screens, server, album);
+    takePasswordSheet(screens, server, album);
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -308,6 +444,7 @@ int main(int argc, char *argv[])
     QDir().mkpath(folder);
     takeLogin(folder);
     takeUnreachableServer(folder);
+    takeTokens(folder);
     Screens screens;
     Album album(screens, folder);
     album.take(QStringLiteral("dashboard"));

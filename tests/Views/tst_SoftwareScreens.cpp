@@ -95,11 +95,11 @@ void tst_SoftwareScreens::cleanup()
 
 void tst_SoftwareScreens::theDashboardComesFirst()
 {
-    QVERIFY(m_screens->shows(u"即将推出"_s));
+    QVERIFY(m_screens->shows(u"近 7 天 Token 用量"_s));
     QVERIFY(m_screens->shows(u"v1.0.0"_s));
     QVERIFY(m_screens->viewModel.softwareList().isEmpty());
     m_screens->openSoftware(entries());
-    QVERIFY(!m_screens->shows(u"即将推出"_s));
+    QVERIFY(!m_screens->shows(u"近 7 天 Token 用量"_s));
     QVERIFY(m_screens->shows(u"从左侧列表中选择一个 AI 软件查看详情"_s));
 }
 
