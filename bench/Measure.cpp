@@ -72,6 +72,11 @@ double percentile95(QList<double> values)
     return quantile(std::move(values), 0.95);
 }
 
+double percentile99(QList<double> values)
+{
+    return quantile(std::move(values), 0.99);
+}
+
 double seconds(const std::function<void()> &call)
 {
     QElapsedTimer timer;

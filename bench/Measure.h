@@ -23,6 +23,7 @@ void report(const Measurement &measurement);
 
 double median(QList<double> values);
 double percentile95(QList<double> values);
+double percentile99(QList<double> values);
 
 /// Seconds a call takes.
 double seconds(const std::function<void()> &call);
