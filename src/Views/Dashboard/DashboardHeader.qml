@@ -9,6 +9,7 @@ Column {
 
     required property DashboardViewModel viewModel
     required property bool hasSoftware
+    required property bool isLoading
 
     bottomPadding: Theme.spacingS
     spacing: Theme.spacingL
@@ -68,7 +69,7 @@ Column {
     }
     UsageChart {
         width: parent.width
-        isLoading: header.viewModel.isLoading
+        isLoading: header.isLoading
         usage: header.viewModel.weeklyUsage
     }
     Label {

@@ -8,14 +8,23 @@ FocusScope {
 
     required property DashboardViewModel viewModel
 
-    onVisibleChanged: load()
-    Component.onCompleted: load()
+    /// Whether loading has begun: not before the first frame is on the screen, which would wait for it.
+    property bool hasBegun: false
+
+    onVisibleChanged: if (hasBegun) load()
 
     function load() {
+        hasBegun = true;
         if (visible && !viewModel.isLoading)
             viewModel.loadData();
     }
 
+    Connections {
+        enabled: !dashboard.hasBegun
+        target: dashboard.Window.window
+
+        function onFrameSwapped() { Qt.callLater(dashboard.load); }
+    }
     GridView {
         id: grid
 
@@ -44,6 +53,7 @@ FocusScope {
         header: DashboardHeader {
             width: grid.width - Theme.spacingM
             hasSoftware: grid.count > 0
+            isLoading: !dashboard.hasBegun || dashboard.viewModel.isLoading
             viewModel: dashboard.viewModel
         }
         delegate: SoftwareStatusCard {
