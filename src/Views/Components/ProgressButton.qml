@@ -9,25 +9,12 @@ PushButton {
     enabled: !isBusy
     opacity: enabled || isBusy ? 1 : Theme.disabledOpacity
 
-    contentItem: Item {
-        implicitWidth: content.implicitWidth
-        implicitHeight: content.implicitHeight
+    contentItem.visible: !isBusy
 
-        ButtonContent {
-            id: content
-
-            anchors.centerIn: parent
-            color: button.foreground
-            symbol: button.symbol
-            symbolColor: button.symbolColor
-            text: button.text
-            visible: !button.isBusy
-        }
-        Spinner {
-            anchors.centerIn: parent
-            color: button.foreground
-            size: Theme.smallIcon
-            visible: button.isBusy
-        }
+    Spinner {
+        anchors.centerIn: parent
+        color: button.foreground
+        size: Theme.smallIcon
+        visible: button.isBusy
     }
 }

@@ -23,7 +23,13 @@ FocusScope {
         enabled: !dashboard.hasBegun
         target: dashboard.Window.window
 
-        function onFrameSwapped() { Qt.callLater(dashboard.load); }
+        function onFrameSwapped() { beginning.start(); }
+    }
+    Timer {
+        id: beginning
+
+        interval: 0
+        onTriggered: dashboard.load()
     }
     GridView {
         id: grid

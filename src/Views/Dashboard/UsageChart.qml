@@ -10,7 +10,7 @@ Rectangle {
     required property DashboardUsageModel usage
     required property bool isLoading
 
-    implicitHeight: usage.isEmpty ? 100 : 200
+    implicitHeight: usage.isEmpty && !isLoading ? 100 : 200
     border.color: Theme.separator
     color: usage.isEmpty ? Theme.control : Theme.card
     radius: Theme.cardRadius

@@ -9,8 +9,9 @@ T.RadioButton {
     required property tokenPackage tokenPackage
     required property bool isSelected
 
-    implicitHeight: content.implicitHeight + 2 * Theme.spacingM
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
     checked: isSelected
+    padding: Theme.spacingM
     Accessible.description: tokenPackage.packageDescription
     Accessible.name: tokenPackage.name + "，" + tokenPackage.formattedTokenCount + " Token，" + tokenPackage.formattedPrice
     Accessible.role: Accessible.RadioButton
@@ -35,92 +36,7 @@ T.RadioButton {
             visible: card.visualFocus
         }
     }
-    contentItem: Item {
-        Column {
-            id: content
-
-            anchors.fill: parent
-            anchors.margins: Theme.spacingM
-            spacing: Theme.spacingXS
-
-            Item {
-                width: parent.width
-                height: 22
-
-                Label {
-                    height: parent.height
-                    width: parent.width - (badge.visible ? badge.width + Theme.spacingXS : 0)
-                    font.pixelSize: Theme.title3
-                    font.weight: Font.DemiBold
-                    text: card.tokenPackage.name
-                }
-                Rectangle {
-                    id: badge
-
-                    anchors.right: parent.right
-                    anchors.verticalCenter: parent.verticalCenter
-                    width: badgeText.implicitWidth + 2 * (Theme.spacingXS + 2)
-                    height: 18
-                    color: Theme.faded(Theme.orange, 0.18)
-                    radius: height / 2
-                    visible: card.tokenPackage.isPopular
-
-                    Label {
-                        id: badgeText
-
-                        anchors.centerIn: parent
-                        color: Theme.readable(Theme.orange)
-                        font.pixelSize: Theme.smallCaption
-                        text: "热门"
-                    }
-                }
-            }
-            Label {
-                width: parent.width
-                color: Theme.secondaryText
-                fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: Theme.smallCaption
-                text: card.tokenPackage.formattedTokenCount + " Token"
-            }
-            Label {
-                width: parent.width
-                height: 34
-                font.pixelSize: Theme.title
-                font.weight: Font.DemiBold
-                text: card.tokenPackage.formattedPrice
-            }
-            Item {
-                width: parent.width
-                height: 16
-
-                Label {
-                    height: parent.height
-                    width: parent.width - discount.width
-                    color: Theme.secondaryText
-                    font.pixelSize: Theme.caption
-                    text: card.tokenPackage.formattedUnitPrice
-                }
-                Label {
-                    id: discount
-
-                    anchors.right: parent.right
-                    height: parent.height
-                    color: Theme.readable(Theme.green)
-                    font.pixelSize: Theme.caption
-                    font.weight: Font.DemiBold
-                    text: card.tokenPackage.formattedDiscount
-                }
-            }
-            Label {
-                width: parent.width
-                height: 32
-                color: Theme.secondaryText
-                font.pixelSize: Theme.caption
-                maximumLineCount: 2
-                text: card.tokenPackage.packageDescription
-                verticalAlignment: Text.AlignTop
-                wrapMode: Text.Wrap
-            }
-        }
+    contentItem: PackageDetails {
+        tokenPackage: card.tokenPackage
     }
 }

@@ -13,7 +13,7 @@ TransactionColumns {
     amountColor: Theme.readable(type === TransactionType.Consume ? Theme.red : Theme.green)
     dotColor: dotColors[type]
     isAmountBold: true
-    Accessible.name: [timeText, typeText, amountText, balanceText, descriptionText].join("，")
+    Accessible.name: timeText + "，" + typeText + "，" + amountText + "，" + balanceText + "，" + descriptionText
     Accessible.role: Accessible.ListItem
 
     Rectangle {
