@@ -44,7 +44,7 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         cellHeight: 64
         cellWidth: Math.floor(width / columns)
-        interactive: contentHeight > height
+        interactive: height > 0 && contentHeight > height
         keyNavigationEnabled: false
         model: dashboard.viewModel.softwareList
         Accessible.name: "软件状态"
