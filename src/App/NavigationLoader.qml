@@ -1,6 +1,7 @@
 import QtQuick
 
-/// Loads the screen of a section when it is first shown, and keeps it with all that goes on in it.
+/// Loads the screen of a section when it is first shown, and keeps it with all that goes on in it. The one that is
+/// shown from the start waits for the window's first frame, which would else wait for it.
 Loader {
     id: loader
 
@@ -9,10 +10,22 @@ Loader {
 
     visible: isShown
     onIsShownChanged: show()
-    Component.onCompleted: show()
 
     function show() {
         if (isShown && status === Loader.Null)
             setSource(navigationItem.screen, navigationItem.screenProperties);
+    }
+
+    Connections {
+        enabled: loader.status === Loader.Null
+        target: loader.Window.window
+
+        function onFrameSwapped() { afterFrame.start(); }
+    }
+    Timer {
+        id: afterFrame
+
+        interval: 0
+        onTriggered: loader.show()
     }
 }

@@ -2,35 +2,20 @@ import QtQuick
 import Vaelix
 
 /// The first section: what is installed and runs, what the account has and uses. Made of plain items, as it
-/// stands in the first frame: controls take memory and time to load.
+/// stands there from the start: controls take memory and time to load.
 FocusScope {
     id: dashboard
 
     required property DashboardViewModel viewModel
 
-    /// Whether loading has begun: not before the first frame is on the screen, which would wait for it.
-    property bool hasBegun: false
-
-    onVisibleChanged: if (hasBegun) load()
+    onVisibleChanged: load()
+    Component.onCompleted: load()
 
     function load() {
-        hasBegun = true;
         if (visible && !viewModel.isLoading)
             viewModel.loadData();
     }
 
-    Connections {
-        enabled: !dashboard.hasBegun
-        target: dashboard.Window.window
-
-        function onFrameSwapped() { beginning.start(); }
-    }
-    Timer {
-        id: beginning
-
-        interval: 0
-        onTriggered: dashboard.load()
-    }
     GridView {
         id: grid
 
@@ -59,7 +44,7 @@ FocusScope {
         header: DashboardHeader {
             width: grid.width - Theme.spacingM
             hasSoftware: grid.count > 0
-            isLoading: !dashboard.hasBegun || dashboard.viewModel.isLoading
+            isLoading: dashboard.viewModel.isLoading
             viewModel: dashboard.viewModel
         }
         delegate: SoftwareStatusCard {
