@@ -241,7 +241,7 @@ void tst_LoginScreens::theMenuIsWorkedByKeys()
     m_screens->press(Qt::Key_Space);
     QTRY_VERIFY(m_screens->element(QAccessible::MenuItem, u"退出登录"_s));
     m_screens->settle();
-    QQuickItem *const item = m_screens->element(QAccessible::MenuItem, u"退出登录"_s);
+    QQuickItem *const item = m_screens->element(QAccessible::MenuItem, u"修改密码"_s);
     QVERIFY(item->hasActiveFocus());
     QVERIFY(item->mapToScene({}).y() < accountMenu()->mapToScene({}).y());
     m_screens->press(Qt::Key_Escape);
@@ -251,6 +251,7 @@ void tst_LoginScreens::theMenuIsWorkedByKeys()
 
     m_screens->press(Qt::Key_Return);
     QTRY_VERIFY(m_screens->element(QAccessible::MenuItem, u"退出登录"_s));
+    m_screens->press(Qt::Key_Down);
     m_screens->press(Qt::Key_Return);
     QVERIFY(!m_screens->auth.isLoggedIn());
     QTRY_VERIFY(m_screens->button(u"登录 / 注册"_s));
