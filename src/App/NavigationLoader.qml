@@ -7,17 +7,18 @@ Loader {
 
     required property NavigationItem navigationItem
     required property bool isShown
+    property bool hasFrame: false
 
     visible: isShown
     onIsShownChanged: show()
 
     function show() {
-        if (isShown && status === Loader.Null)
+        if (hasFrame && isShown && status === Loader.Null)
             setSource(navigationItem.screen, navigationItem.screenProperties);
     }
 
     Connections {
-        enabled: loader.status === Loader.Null
+        enabled: !loader.hasFrame
         target: loader.Window.window
 
         function onFrameSwapped() { afterFrame.start(); }
@@ -26,6 +27,9 @@ Loader {
         id: afterFrame
 
         interval: 0
-        onTriggered: loader.show()
+        onTriggered: {
+            loader.hasFrame = true;
+            loader.show();
+        }
     }
 }

@@ -260,6 +260,9 @@ void tst_LoginScreens::theMenuIsWorkedByKeys()
 void tst_LoginScreens::anUpdateCheckEndsInANotice()
 {
     start(Screens::Start::SignedIn);
+    // The dashboard has loaded, and its own wheel stands still.
+    QTRY_VERIFY(m_screens->shows(u"近 7 天 Token 用量"_s));
+    QTRY_VERIFY(!m_screens->element(QAccessible::ProgressBar, u"请稍候"_s));
     QQuickItem *const button = m_screens->button(u"检查更新"_s);
     QStringList seen;
     const auto look = [&] {

@@ -95,7 +95,7 @@ void tst_SoftwareScreens::cleanup()
 
 void tst_SoftwareScreens::theDashboardComesFirst()
 {
-    QVERIFY(m_screens->shows(u"近 7 天 Token 用量"_s));
+    QTRY_VERIFY(m_screens->shows(u"近 7 天 Token 用量"_s));
     QVERIFY(m_screens->shows(u"v1.0.0"_s));
     QVERIFY(m_screens->viewModel.softwareList().isEmpty());
     m_screens->openSoftware(entries());
