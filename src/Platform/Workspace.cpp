@@ -49,8 +49,8 @@ Workspace &Workspace::shared()
     return workspace;
 }
 
-Workspace::Workspace(QProcessEnvironment environment)
-    : m_environment(std::move(environment))
+Workspace::Workspace(const QProcessEnvironment &environment)
+    : m_environment(environment)
 {
 }
 

@@ -17,7 +17,7 @@ public:
 
     /// The environment tells where programs are, which terminal the user prefers ($TERMINAL), and
     /// becomes that of what is opened.
-    explicit Workspace(QProcessEnvironment environment = QProcessEnvironment::systemEnvironment());
+    explicit Workspace(const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
 
     /// Runs a script, a ".command" file, in a terminal window of its own and returns without waiting
     /// for it. Refuses a file that another user owns or can write: it may stand in a folder where
