@@ -264,7 +264,7 @@ void tst_AgentServices::hermesApprovals()
     scratch.write(hermesFile, before);
     const HermesService service(scratch.folders);
     for (int time = 0; time < 2; ++time) {
-        service.disableApprovals();
+        QVERIFY(service.disableApprovals());
         QTEST(scratch.read(hermesFile), "after");
     }
     QCOMPARE(filesIn(scratch, u".hermes"_s), QStringList{u"config.yaml"_s});
@@ -274,10 +274,10 @@ void tst_AgentServices::hermesLeavesAloneWhatItCannotRead()
 {
     const Scratch scratch;
     const HermesService service(scratch.folders);
-    service.disableApprovals();
+    QVERIFY(service.disableApprovals());
     QVERIFY(!QFileInfo::exists(scratch.path(u".hermes"_s)));
     QVERIFY(QDir(scratch.home.path()).mkpath(hermesFile)); // a folder where the file should be
-    service.disableApprovals();
+    QVERIFY(service.disableApprovals());
     QVERIFY(!service.isApprovalsDisabled());
     QCOMPARE(filesIn(scratch, u".hermes"_s), QStringList{u"config.yaml"_s});
 }
