@@ -2,6 +2,16 @@
 
 #include <QSignalSpy>
 
+using namespace Qt::StringLiterals;
+
+const devserver::Account First{u"u&1"_s, u"张 \"伟\"<b>&+"_s, u"13800000001"_s, u"a+b=密&"_s, u"admin"_s, u"sk-1/+"_s};
+const devserver::Account Second{u"u2"_s, u"李娜"_s, u"13800000002"_s, u"lina"_s, u"user"_s, u"sk-2"_s};
+
+QString text(const devserver::JSON &value)
+{
+    return QString::fromStdString(value.get<std::string>());
+}
+
 QByteArray Reply::header(QByteArrayView name) const
 {
     for (const auto &[key, value] : headers) {

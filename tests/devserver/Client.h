@@ -6,6 +6,12 @@
 #include <QNetworkReply>
 #include <memory>
 
+/// Two accounts. Every text of the first one needs encoding on its way.
+extern const devserver::Account First;
+extern const devserver::Account Second;
+
+QString text(const devserver::JSON &value);
+
 struct Reply {
     int status = 0;
     QByteArray body;

@@ -1,12 +1,15 @@
+#include "Support/Table.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTemporaryDir>
-#include <QTest>
 #include <csignal>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 /// Runs the executable as a person or a script would.
 class tst_DevServerProgram : public QObject
@@ -14,8 +17,7 @@ class tst_DevServerProgram : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void firstLineIsAnOriginThatAnswers();
-    void updateImageCanBeDownloaded();
+    void firstLineIsAnOriginThatServesTheGivenFiles();
     void endsCleanlyOnASignal_data();
     void endsCleanlyOnASignal();
     void refusesWithStatusAndReason_data();
@@ -56,29 +58,15 @@ QByteArray tst_DevServerProgram::bodyAt(const QByteArray &address)
     return reply->readAll();
 }
 
-void tst_DevServerProgram::firstLineIsAnOriginThatAnswers()
+void tst_DevServerProgram::firstLineIsAnOriginThatServesTheGivenFiles()
 {
-    const QString catalog = write(QStringLiteral("catalog.json"), R"([{"id":"given"}])");
     QProcess program;
-    const QByteArray line =
-        start(program, {QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--catalog"), catalog});
-    QVERIFY2(QRegularExpression(QStringLiteral("^http://127\\.0\\.0\\.1:[1-9][0-9]*\n$"))
-                 .match(QString::fromUtf8(line))
-                 .hasMatch(),
+    const QByteArray line = start(program,
+                                  {u"--port"_s, u"0"_s, u"--catalog"_s, write(u"c.json"_s, R"([{"id":"c"}])"),
+                                   u"--update-image"_s, write(u"new.dmg"_s, "image")});
+    QVERIFY2(QRegularExpression(u"^http://127\\.0\\.0\\.1:[1-9][0-9]*\n$"_s).match(QString::fromUtf8(line)).hasMatch(),
              line.constData());
-
-    QCOMPARE(bodyAt(line.trimmed() + "/api/v1/software/catalog"),
-             R"({"code":0,"message":"ok","data":[{"id":"given"}]})");
-    program.terminate();
-    QVERIFY(program.waitForFinished());
-}
-
-void tst_DevServerProgram::updateImageCanBeDownloaded()
-{
-    const QString image = write(QStringLiteral("new.dmg"), "image");
-    QProcess program;
-    const QByteArray line =
-        start(program, {QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--update-image"), image});
+    QCOMPARE(bodyAt(line.trimmed() + "/api/v1/software/catalog"), R"({"code":0,"message":"ok","data":[{"id":"c"}]})");
     QCOMPARE(bodyAt(line.trimmed() + "/downloads/Vaelix.dmg"), "image");
     program.terminate();
     QVERIFY(program.waitForFinished());
@@ -86,16 +74,16 @@ void tst_DevServerProgram::updateImageCanBeDownloaded()
 
 void tst_DevServerProgram::endsCleanlyOnASignal_data()
 {
-    QTest::addColumn<int>("signal");
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGINT") << SIGINT;
+    const auto row = columns<int>("signal");
+    row("SIGTERM", SIGTERM);
+    row("SIGINT", SIGINT);
 }
 
 void tst_DevServerProgram::endsCleanlyOnASignal()
 {
     QFETCH(int, signal);
     QProcess program;
-    start(program, {QStringLiteral("--port"), QStringLiteral("0")});
+    start(program, {u"--port"_s, u"0"_s});
     QCOMPARE(::kill(static_cast<pid_t>(program.processId()), signal), 0);
     QVERIFY(program.waitForFinished());
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
@@ -105,34 +93,26 @@ void tst_DevServerProgram::endsCleanlyOnASignal()
 
 void tst_DevServerProgram::refusesWithStatusAndReason_data()
 {
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("reason");
-    const QString needsPort = QStringLiteral("--port 需要 0 到 65535 的整数");
-    QTest::newRow("nothing") << QString() << 2 << needsPort;
-    QTest::newRow("port is no number") << QStringLiteral("--port x") << 2 << needsPort;
-    QTest::newRow("port too large") << QStringLiteral("--port 65536") << 2 << needsPort;
-    QTest::newRow("unknown option") << QStringLiteral("--port 0 --host a") << 2
-                                    << QStringLiteral("参数不对：--port 0 --host a");
-    QTest::newRow("stray word") << QStringLiteral("--port 0 a") << 2 << QStringLiteral("参数不对：--port 0 a");
-    QTest::newRow("port taken") << QStringLiteral("--port TAKEN") << 1
-                                << QStringLiteral("无法监听端口 TAKEN：端口已被占用");
-    QTest::newRow("no such catalog") << QStringLiteral("--port 0 --catalog none.json") << 1
-                                     << QStringLiteral("无法读取目录文件 none.json：文件不存在");
-    QTest::newRow("catalog is no JSON") << QStringLiteral("--port 0 --catalog broken.json") << 1
-                                        << QStringLiteral("目录文件 broken.json 不是 JSON 数组");
-    QTest::newRow("no such update image") << QStringLiteral("--port 0 --update-image none.dmg") << 1
-                                          << QStringLiteral("无法读取更新镜像 none.dmg：文件不存在");
-    QTest::newRow("catalog is no array") << QStringLiteral("--port 0 --catalog object.json") << 1
-                                         << QStringLiteral("目录文件 object.json 不是 JSON 数组");
+    const auto row = columns<QString, int, QString>("arguments", "status", "reason");
+    const QString needsPort = u"--port 需要 0 到 65535 的整数"_s;
+    row("nothing", {}, 2, needsPort);
+    row("port is no number", u"--port x"_s, 2, needsPort);
+    row("port too large", u"--port 65536"_s, 2, needsPort);
+    row("unknown option", u"--port 0 --host a"_s, 2, u"参数不对：--port 0 --host a"_s);
+    row("stray word", u"--port 0 a"_s, 2, u"参数不对：--port 0 a"_s);
+    row("port taken", u"--port TAKEN"_s, 1, u"无法监听端口 TAKEN：端口已被占用"_s);
+    row("no such catalog", u"--port 0 --catalog none.json"_s, 1, u"无法读取目录文件 none.json：文件不存在"_s);
+    row("catalog is no JSON", u"--port 0 --catalog broken.json"_s, 1, u"目录文件 broken.json 不是 JSON 数组"_s);
+    row("no such update image", u"--port 0 --update-image none.dmg"_s, 1, u"无法读取更新镜像 none.dmg：文件不存在"_s);
+    row("catalog is no array", u"--port 0 --catalog object.json"_s, 1, u"目录文件 object.json 不是 JSON 数组"_s);
 }
 
 void tst_DevServerProgram::refusesWithStatusAndReason()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, reason);
-    write(QStringLiteral("broken.json"), "[{");
-    write(QStringLiteral("object.json"), "{}");
+    write(u"broken.json"_s, "[{");
+    write(u"object.json"_s, "{}");
     QTcpServer taken;
     QVERIFY(taken.listen(QHostAddress::LocalHost));
     const QString port = QString::number(taken.serverPort());
@@ -140,24 +120,24 @@ void tst_DevServerProgram::refusesWithStatusAndReason()
     QProcess program;
     program.setWorkingDirectory(m_folder.path());
     program.start(QStringLiteral(DEVSERVER_PROGRAM),
-                  arguments.replace(QStringLiteral("TAKEN"), port).split(u' ', Qt::SkipEmptyParts));
+                  arguments.replace(u"TAKEN"_s, port).split(u' ', Qt::SkipEmptyParts));
     QVERIFY(program.waitForFinished());
     QTEST(program.exitCode(), "status");
     const QString firstLine = QString::fromUtf8(program.readAllStandardError()).section(u'\n', 0, 0);
-    QCOMPARE(firstLine, QStringLiteral("vaelix-devserver：") + reason.replace(QStringLiteral("TAKEN"), port));
+    QCOMPARE(firstLine, u"vaelix-devserver："_s + reason.replace(u"TAKEN"_s, port));
     QCOMPARE(program.readAllStandardOutput(), QByteArray());
 }
 
 void tst_DevServerProgram::helpNamesEveryOption()
 {
     QProcess program;
-    program.start(QStringLiteral(DEVSERVER_PROGRAM), {QStringLiteral("--help")});
+    program.start(QStringLiteral(DEVSERVER_PROGRAM), {u"--help"_s});
     QVERIFY(program.waitForFinished());
     QCOMPARE(program.exitCode(), 0);
     const QString help = QString::fromUtf8(program.readAllStandardOutput());
     for (const auto *option : {"--port N", "--catalog FILE", "--update-image FILE", "--help"})
         QVERIFY2(help.contains(QLatin1String(option)), option);
-    QVERIFY(help.contains(QStringLiteral("用法")));
+    QVERIFY(help.contains(u"用法"_s));
 }
 
 QTEST_GUILESS_MAIN(tst_DevServerProgram)

@@ -1,8 +1,9 @@
 #include "Client.h"
+#include "Support/Table.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace devserver;
 
 namespace {
@@ -25,9 +26,9 @@ QString capture(const QString &text, const char *pattern)
 
 Found find(const Reply &page)
 {
-    static const QRegularExpression unseen(QStringLiteral("<(head|script)\\b.*?</\\1>"),
+    static const QRegularExpression unseen(u"<(head|script)\\b.*?</\\1>"_s,
                                            QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression tag(QStringLiteral("<[^>]*>"));
+    static const QRegularExpression tag(u"<[^>]*>"_s);
     const QString body = page.text().remove(unseen);
     const QString text = QString(body).remove(tag);
     return {capture(text, "AppID[:\\s]*([0-9]{8,15})"), capture(text, "AppSecret[:\\s]*([A-Za-z0-9]{20,64})"),
@@ -44,12 +45,8 @@ private Q_SLOTS:
     void init() { m_client = std::make_unique<Client>(ServerState{}); }
     void credentialsAppearOnlyInTheWayAskedFor_data();
     void credentialsAppearOnlyInTheWayAskedFor();
-    void frameAndScriptGetTheCredentials();
     void buttonCreatesTheBotForGood();
     void controlDecidesWhatThePlainAddressShows();
-    void badControlRequestChangesNothing_data();
-    void badControlRequestChangesNothing();
-    void otherWaysAreRefused();
 
 private:
     QString id() { return m_client->state().qqBot.appId; }
@@ -60,13 +57,12 @@ private:
 
 void tst_DevServerQQBot::credentialsAppearOnlyInTheWayAskedFor_data()
 {
-    QTest::addColumn<bool>("inText");
-    QTest::addColumn<bool>("inAttributes");
-    QTest::addColumn<QString>("otherPath"); // where the page takes them from
-    QTest::newRow("text") << true << false << QString();
-    QTest::newRow("attributes") << false << true << QString();
-    QTest::newRow("iframe") << false << false << QStringLiteral("src=\"/qqbot/openclaw/frame.html\"");
-    QTest::newRow("late") << false << false << QStringLiteral("fetch(\"/qqbot/openclaw/credentials\")");
+    // otherPath: where the page takes them from
+    const auto row = columns<bool, bool, QString>("inText", "inAttributes", "otherPath");
+    row("text", true, false, {});
+    row("attributes", false, true, {});
+    row("iframe", false, false, u"src=\"/qqbot/openclaw/frame.html\""_s);
+    row("late", false, false, u"fetch(\"/qqbot/openclaw/credentials\")"_s);
 }
 
 void tst_DevServerQQBot::credentialsAppearOnlyInTheWayAskedFor()
@@ -89,21 +85,10 @@ void tst_DevServerQQBot::credentialsAppearOnlyInTheWayAskedFor()
     }
 }
 
-void tst_DevServerQQBot::frameAndScriptGetTheCredentials()
-{
-    QVERIFY(QRegularExpression(QStringLiteral("^[0-9]{10}$")).match(id()).hasMatch());
-    QVERIFY(QRegularExpression(QStringLiteral("^[A-Za-z0-9]{32}$")).match(secret()).hasMatch());
-    const Found found = find(m_client->get("/qqbot/openclaw/frame.html"));
-    QCOMPARE(found.textId, id());
-    QCOMPARE(found.textSecret, secret());
-    const JSON data = m_client->get("/qqbot/openclaw/credentials").json()["data"];
-    QVERIFY(data == JSON({{"appId", id().toStdString()}, {"appSecret", secret().toStdString()}}));
-}
-
 void tst_DevServerQQBot::buttonCreatesTheBotForGood()
 {
     const Reply before = m_client->get(PagePath);
-    QVERIFY(before.text().contains(QStringLiteral("<button type=\"submit\">创建机器人</button>")));
+    QVERIFY(before.text().contains(u"<button type=\"submit\">创建机器人</button>"_s));
     QVERIFY(find(before) == Found());
     const QByteArray target = capture(before.text(), "method=\"post\" action=\"([^\"]*)\"").toUtf8();
 
@@ -121,33 +106,9 @@ void tst_DevServerQQBot::controlDecidesWhatThePlainAddressShows()
     QVERIFY(m_client->get(PagePath + QByteArray("?show=attributes")).body.contains("data-appsecret=\"a&amp;b\""));
     m_client->control("qqbot", R"({"created":false})");
     QVERIFY(!m_client->get(PagePath).body.contains("1234567"));
-    QCOMPARE(id(), QStringLiteral("<1234567>"));
-}
-
-void tst_DevServerQQBot::badControlRequestChangesNothing_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::newRow("no JSON") << QByteArray("show=late");
-    QTest::newRow("unknown way") << QByteArray(R"({"appId":"1","show":"popup"})");
-    QTest::newRow("way is no text") << QByteArray(R"({"appId":"1","show":1})");
-    QTest::newRow("id is a number") << QByteArray(R"({"appId":1029384756})");
-    QTest::newRow("flag is text") << QByteArray(R"({"appId":"1","created":"true"})");
-    QTest::newRow("unknown key") << QByteArray(R"({"appId":"1","secret":"x"})");
-}
-
-void tst_DevServerQQBot::badControlRequestChangesNothing()
-{
-    QFETCH(QByteArray, body);
-    QCOMPARE(m_client->control("qqbot", body).status, 400);
-    QCOMPARE(id(), QQBot().appId);
-    QCOMPARE(m_client->state().qqBot.show, QQBotShow::Text);
-    QVERIFY(!m_client->state().qqBot.isCreated);
-}
-
-void tst_DevServerQQBot::otherWaysAreRefused()
-{
-    QCOMPARE(m_client->get(PagePath + QByteArray("?show=popup")).status, 400);
-    QCOMPARE(m_client->get(PagePath + QByteArray("?show=")).status, 400);
+    QCOMPARE(id(), u"<1234567>"_s);
+    for (const char *unknown : {"?show=popup", "?show="})
+        QCOMPARE(m_client->get(PagePath + QByteArray(unknown)).status, 400);
 }
 
 QTEST_GUILESS_MAIN(tst_DevServerQQBot)

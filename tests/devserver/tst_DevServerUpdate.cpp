@@ -1,11 +1,12 @@
 #include "Client.h"
+#include "Support/Table.h"
 
 #include <QCryptographicHash>
 #include <QMessageAuthenticationCode>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace devserver;
 using namespace std::chrono_literals;
 
@@ -36,27 +37,28 @@ class tst_DevServerUpdate : public QObject
 
 private Q_SLOTS:
     void init();
-    void signatureIsThatOfOtherPrograms();
-    void badlySignedCheckIsRefused_data();
-    void badlySignedCheckIsRefused();
+    void onlyTheSignedCheckIsAnswered_data();
+    void onlyTheSignedCheckIsAnswered();
     void onlyNewerBuildsAreOffered_data();
     void onlyNewerBuildsAreOffered();
     void offerTravelsWithTheKeysOfTheClient();
-    void offerWithoutAnImageNamesNone();
-    void badControlRequestChangesNothing_data();
-    void badControlRequestChangesNothing();
+    void offerWithoutAnImageHasNone();
     void imageComesInTheWayAskedFor_data();
     void imageComesInTheWayAskedFor();
     void slowImageLeavesTimeForOthers();
     void rangeOfTheImageIsServed_data();
     void rangeOfTheImageIsServed();
     void brokenDownloadCanBeResumed();
-    void thereIsNoImageWithoutAnOffer();
 
 private:
     JSON check(const QByteArray &path = CheckPath)
     {
         return m_client->get(path, signedAt(QByteArray::number(Now))).json();
+    }
+    bool offer(JSON order = JSON::object())
+    {
+        order["file"] = m_file.toStdString();
+        return control(encode(order)).status == 200;
     }
     Reply control(const QByteArray &body) { return m_client->control("update", body); }
 
@@ -70,44 +72,36 @@ void tst_DevServerUpdate::init()
     ServerState state;
     state.now = [] { return QDateTime::fromSecsSinceEpoch(Now); };
     m_client = std::make_unique<Client>(std::move(state));
-    m_file = m_folder.filePath(QStringLiteral("图像.dmg"));
+    m_file = m_folder.filePath(u"图像.dmg"_s);
     QFile file(m_file);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(Image), Image.size());
 }
 
-void tst_DevServerUpdate::signatureIsThatOfOtherPrograms()
+void tst_DevServerUpdate::onlyTheSignedCheckIsAnswered_data()
 {
-    const Reply reply = m_client->get(
-        CheckPath, {{"X-Product-Key", ProductKey}, {"X-Timestamp", "1700000000"}, {"X-Signature", Signature}});
-    QCOMPARE(reply.status, 200);
-    QVERIFY(reply.json()["code"] == 0);
-}
-
-void tst_DevServerUpdate::badlySignedCheckIsRefused_data()
-{
-    QTest::addColumn<Client::Headers>("headers");
-    QTest::addColumn<bool>("isAccepted");
+    const auto row = columns<Client::Headers, bool>("headers", "isAccepted");
     const auto at = [](qint64 seconds) { return signedAt(QByteArray::number(seconds)); };
     const auto with = [](qsizetype index, const QByteArray &value) {
         Client::Headers headers = signedAt(QByteArray::number(Now));
         headers[index].second = value;
         return headers;
     };
-    QTest::newRow("now") << at(Now) << true;
-    QTest::newRow("five minutes ago") << at(Now - 300) << true;
-    QTest::newRow("five minutes ahead") << at(Now + 300) << true;
-    QTest::newRow("too old") << at(Now - 301) << false;
-    QTest::newRow("too new") << at(Now + 301) << false;
-    QTest::newRow("no headers") << Client::Headers() << false;
-    QTest::newRow("other product") << with(0, "4de26c6ff0b451325df73a1545174b36") << false;
-    QTest::newRow("signature of another time") << with(1, QByteArray::number(Now + 1)) << false;
-    QTest::newRow("signature in capitals") << with(2, QByteArray(Signature).toUpper()) << false;
-    QTest::newRow("no signature") << with(2, "") << false;
-    QTest::newRow("time no number") << signedAt("now") << false;
+    row("now", at(Now), true);
+    row("signed by another program", with(2, Signature), true);
+    row("five minutes ago", at(Now - 300), true);
+    row("five minutes ahead", at(Now + 300), true);
+    row("too old", at(Now - 301), false);
+    row("too new", at(Now + 301), false);
+    row("no headers", Client::Headers(), false);
+    row("other product", with(0, "4de26c6ff0b451325df73a1545174b36"), false);
+    row("signature of another time", with(1, QByteArray::number(Now + 1)), false);
+    row("signature in capitals", with(2, QByteArray(Signature).toUpper()), false);
+    row("no signature", with(2, ""), false);
+    row("time no number", signedAt("now"), false);
 }
 
-void tst_DevServerUpdate::badlySignedCheckIsRefused()
+void tst_DevServerUpdate::onlyTheSignedCheckIsAnswered()
 {
     QFETCH(Client::Headers, headers);
     QFETCH(bool, isAccepted);
@@ -119,13 +113,13 @@ void tst_DevServerUpdate::badlySignedCheckIsRefused()
 
 void tst_DevServerUpdate::onlyNewerBuildsAreOffered_data()
 {
-    QTest::addColumn<QByteArray>("build");
-    QTest::addColumn<QByteArray>("hasUpdate"); // the whole answer's code when there is none
-    QTest::newRow("older") << QByteArray("41") << QByteArray("true");
-    QTest::newRow("the same") << QByteArray("42") << QByteArray("false");
-    QTest::newRow("newer") << QByteArray("43") << QByteArray("false");
-    QTest::newRow("no number") << QByteArray("x") << QByteArray("400");
-    QTest::newRow("none") << QByteArray() << QByteArray("400");
+    // hasUpdate: the whole answer's code when there is none
+    const auto row = columns<QByteArray, QByteArray>("build", "hasUpdate");
+    row("older", "41", "true");
+    row("the same", "42", "false");
+    row("newer", "43", "false");
+    row("no number", "x", "400");
+    row("none", {}, "400");
 }
 
 void tst_DevServerUpdate::onlyNewerBuildsAreOffered()
@@ -167,7 +161,7 @@ void tst_DevServerUpdate::offerTravelsWithTheKeysOfTheClient()
     QVERIFY(check()["data"] == expected);
 }
 
-void tst_DevServerUpdate::offerWithoutAnImageNamesNone()
+void tst_DevServerUpdate::offerWithoutAnImageHasNone()
 {
     QCOMPARE(control(R"({"build":43})").status, 200);
     const JSON data = check()["data"];
@@ -175,46 +169,25 @@ void tst_DevServerUpdate::offerWithoutAnImageNamesNone()
     for (const char *key : {"download_url", "file_size", "file_hash"})
         QVERIFY2(!data.contains(key), key);
     QCOMPARE(m_client->get(ImagePath).status, 404);
-}
-
-void tst_DevServerUpdate::badControlRequestChangesNothing_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status");
-    QTest::newRow("no JSON") << QByteArray("build=2") << 400;
-    QTest::newRow("no such file") << QByteArray(R"({"build":2,"file":"none.dmg"})") << 404;
-    QTest::newRow("build is text") << QByteArray(R"({"version":"3","build":"2"})") << 400;
-    QTest::newRow("no build") << QByteArray(R"({"build":0})") << 400;
-    QTest::newRow("negative rate") << QByteArray(R"({"build":2,"bytesPerSecond":-1})") << 400;
-    QTest::newRow("unknown key") << QByteArray(R"({"build":2,"speed":1})") << 400;
-}
-
-void tst_DevServerUpdate::badControlRequestChangesNothing()
-{
-    QFETCH(QByteArray, body);
-    const Reply reply = control(body);
-    QTEST(reply.status, "status");
-    QVERIFY(reply.json()["code"] == reply.status);
-    QVERIFY(!m_client->state().update);
+    QVERIFY(offer());
+    QVERIFY(QFile::remove(m_file));
+    QCOMPARE(m_client->get(ImagePath).status, 404);
 }
 
 void tst_DevServerUpdate::imageComesInTheWayAskedFor_data()
 {
-    QTest::addColumn<QByteArray>("order");
-    QTest::addColumn<qint64>("received");
-    QTest::addColumn<bool>("isAnnounced");
-    QTest::addColumn<QNetworkReply::NetworkError>("error");
+    const auto row =
+        columns<QByteArray, qint64, bool, QNetworkReply::NetworkError>("order", "received", "isAnnounced", "error");
     const auto none = QNetworkReply::NoError;
     const auto broken = QNetworkReply::RemoteHostClosedError;
-    QTest::newRow("at once") << QByteArray("{}") << 36LL << true << none;
-    QTest::newRow("without length") << QByteArray(R"({"announceLength":false})") << 36LL << false << none;
-    QTest::newRow("slow") << QByteArray(R"({"bytesPerSecond":1000})") << 36LL << true << none;
-    QTest::newRow("slow, without length")
-        << QByteArray(R"({"bytesPerSecond":1000,"announceLength":false})") << 36LL << false << none;
-    QTest::newRow("cut off") << QByteArray(R"({"cutAfter":20})") << 20LL << true << broken;
-    QTest::newRow("cut off, slow") << QByteArray(R"({"cutAfter":20,"bytesPerSecond":1000})") << 20LL << true << broken;
-    QTest::newRow("cut off unseen") << QByteArray(R"({"cutAfter":20,"announceLength":false})") << 20LL << false << none;
-    QTest::newRow("cut behind the end") << QByteArray(R"({"cutAfter":37})") << 36LL << true << none;
+    row("at once", "{}", 36, true, none);
+    row("without length", R"({"announceLength":false})", 36, false, none);
+    row("slow", R"({"bytesPerSecond":1000})", 36, true, none);
+    row("slow, without length", R"({"bytesPerSecond":1000,"announceLength":false})", 36, false, none);
+    row("cut off", R"({"cutAfter":20})", 20, true, broken);
+    row("cut off, slow", R"({"cutAfter":20,"bytesPerSecond":1000})", 20, true, broken);
+    row("cut off unseen", R"({"cutAfter":20,"announceLength":false})", 20, false, none);
+    row("cut behind the end", R"({"cutAfter":37})", 36, true, none);
 }
 
 void tst_DevServerUpdate::imageComesInTheWayAskedFor()
@@ -222,7 +195,7 @@ void tst_DevServerUpdate::imageComesInTheWayAskedFor()
     QFETCH(QByteArray, order);
     QFETCH(qint64, received);
     QFETCH(bool, isAnnounced);
-    QCOMPARE(control(encode(JSON{{"file", m_file.toStdString()}})).status, 200);
+    QVERIFY(offer());
     QCOMPARE(control(order).status, 200);
     const Reply reply = m_client->get(ImagePath);
     QCOMPARE(reply.status, 200);
@@ -236,7 +209,7 @@ void tst_DevServerUpdate::imageComesInTheWayAskedFor()
 
 void tst_DevServerUpdate::slowImageLeavesTimeForOthers()
 {
-    QCOMPARE(control(encode(JSON{{"file", m_file.toStdString()}, {"bytesPerSecond", 20}})).status, 200);
+    QVERIFY(offer({{"bytesPerSecond", 20}}));
     const auto slow = m_client->begin("GET", ImagePath);
     QSignalSpy progress(slow.get(), &QNetworkReply::downloadProgress);
     QVERIFY(progress.wait());
@@ -249,13 +222,7 @@ void tst_DevServerUpdate::slowImageLeavesTimeForOthers()
 
 void tst_DevServerUpdate::rangeOfTheImageIsServed_data()
 {
-    QTest::addColumn<QByteArray>("range");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QByteArray>("contentRange");
-    const auto row = [](const char *range, int status, const QByteArray &body, const char *contentRange) {
-        QTest::newRow(range) << QByteArray(range) << status << body << QByteArray(contentRange);
-    };
+    const auto row = columns<int, QByteArray, QByteArray>("status", "body", "contentRange");
     row("bytes=30-", 206, "uvwxyz", "bytes 30-35/36");
     row("bytes=0-3", 206, "0123", "bytes 0-3/36");
     row("bytes=34-99", 206, "yz", "bytes 34-35/36");
@@ -272,8 +239,8 @@ void tst_DevServerUpdate::rangeOfTheImageIsServed_data()
 
 void tst_DevServerUpdate::rangeOfTheImageIsServed()
 {
-    QFETCH(QByteArray, range);
-    QCOMPARE(control(encode(JSON{{"file", m_file.toStdString()}})).status, 200);
+    const QByteArray range = QTest::currentDataTag();
+    QVERIFY(offer());
     const Reply reply = m_client->get(ImagePath, {{"Range", range}});
     QTEST(reply.status, "status");
     QTEST(reply.body, "body");
@@ -282,7 +249,7 @@ void tst_DevServerUpdate::rangeOfTheImageIsServed()
 
 void tst_DevServerUpdate::brokenDownloadCanBeResumed()
 {
-    QCOMPARE(control(encode(JSON{{"file", m_file.toStdString()}, {"cutAfter", 20}})).status, 200);
+    QVERIFY(offer({{"cutAfter", 20}}));
     const Reply broken = m_client->get(ImagePath);
     QCOMPARE(broken.header("Accept-Ranges"), "bytes");
     const QByteArray range = "bytes=" + QByteArray::number(broken.body.size()) + '-';
@@ -294,18 +261,10 @@ void tst_DevServerUpdate::brokenDownloadCanBeResumed()
     QFile file(m_file);
     QVERIFY(file.open(QIODevice::Append) && file.putChar('!'));
     file.close();
-    control(encode(JSON{{"file", m_file.toStdString()}, {"cutAfter", 0}}));
+    QVERIFY(offer({{"cutAfter", 0}}));
     const Reply changed = m_client->get(ImagePath, {{"Range", range}, {"If-Range", tag}});
     QCOMPARE(changed.status, 200);
     QCOMPARE(changed.body, Image + '!');
-}
-
-void tst_DevServerUpdate::thereIsNoImageWithoutAnOffer()
-{
-    QCOMPARE(m_client->get(ImagePath).status, 404);
-    QCOMPARE(control(encode(JSON{{"file", m_file.toStdString()}})).status, 200);
-    QVERIFY(QFile::remove(m_file));
-    QCOMPARE(m_client->get(ImagePath).status, 404);
 }
 
 QTEST_GUILESS_MAIN(tst_DevServerUpdate)

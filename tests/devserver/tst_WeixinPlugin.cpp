@@ -1,13 +1,14 @@
 #include "Client.h"
+#include "Support/ScannedCode.h"
+#include "Support/Table.h"
 
 #include <QDir>
 #include <QImage>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
 using namespace devserver;
 using namespace std::chrono_literals;
 
@@ -28,10 +29,10 @@ constexpr auto Host = R"(
     console.log(JSON.stringify({ ...kept, accounts: channel.config.listAccountIds() }));
 )";
 
-QByteArray contentOf(const QString &name)
+JSON parsedFile(const QString &name)
 {
     QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return file.open(QIODevice::ReadOnly) ? JSON::parse(file.readAll().toStdString()) : JSON();
 }
 
 /// The lines drawn in half blocks, black where nothing is drawn.
@@ -71,7 +72,6 @@ private:
     void unpack();
     void startLogin(QProcess &node);
     QString path(const char *name) const { return m_home->filePath(QLatin1String(name)); }
-    QByteArray scannedFrom(const QString &output) const;
 
     std::unique_ptr<Client> m_client;
     std::unique_ptr<QTemporaryDir> m_home;
@@ -91,45 +91,29 @@ void tst_WeixinPlugin::unpack()
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(archive.body), archive.body.size());
     file.close();
-    QCOMPARE(QProcess::execute(QStringLiteral("unzip"),
-                               {QStringLiteral("-qo"), file.fileName(), QStringLiteral("-d"), m_home->path()}),
-             0);
+    QCOMPARE(QProcess::execute(u"unzip"_s, {u"-qo"_s, file.fileName(), u"-d"_s, m_home->path()}), 0);
 }
 
 void tst_WeixinPlugin::startLogin(QProcess &node)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), m_home->path());
-    environment.remove(QStringLiteral("OPENCLAW_STATE_DIR"));
+    environment.insert(u"HOME"_s, m_home->path());
+    environment.remove(u"OPENCLAW_STATE_DIR"_s);
     node.setProcessEnvironment(environment);
     node.setWorkingDirectory(m_home->path());
-    node.start(QStringLiteral("node"),
-               {QStringLiteral("--input-type=module"), QStringLiteral("-e"), QLatin1String(Host)});
-}
-
-/// What a phone reads from the QR code in the output.
-QByteArray tst_WeixinPlugin::scannedFrom(const QString &output) const
-{
-    const QStringList lines = output.section(QStringLiteral("\n\n"), 1, 1).split(u'\n');
-    if (!drawn(lines).save(path("code.png")))
-        qFatal("cannot draw: %s", qPrintable(output));
-    QProcess reader;
-    reader.start(QStringLiteral("zbarimg"), {QStringLiteral("--raw"), QStringLiteral("-q"), path("code.png")});
-    if (!reader.waitForFinished())
-        qFatal("zbarimg (package zbar-tools): %s", qPrintable(reader.errorString()));
-    return reader.readAllStandardOutput().trimmed();
+    node.start(u"node"_s, {u"--input-type=module"_s, u"-e"_s, QLatin1String(Host)});
+    QVERIFY2(node.waitForStarted(), "node (packages nodejs and npm)");
 }
 
 void tst_WeixinPlugin::archiveHoldsThePluginForTheHostThatWasAsked()
 {
     unpack();
     QCOMPARE(QDir(path("openclaw-weixin")).entryList(QDir::Files),
-             (QStringList{QStringLiteral("index.js"), QStringLiteral("openclaw.plugin.json"),
-                          QStringLiteral("package.json"), QStringLiteral("server.json")}));
-    const JSON server = JSON::parse(contentOf(path("openclaw-weixin/server.json")).toStdString());
+             (QStringList{u"index.js"_s, u"openclaw.plugin.json"_s, u"package.json"_s, u"server.json"_s}));
+    const JSON server = parsedFile(path("openclaw-weixin/server.json"));
     QVERIFY(server["origin"] == m_client->origin().toStdString());
-    const JSON manifest = JSON::parse(contentOf(path("openclaw-weixin/openclaw.plugin.json")).toStdString());
-    const JSON package = JSON::parse(contentOf(path("openclaw-weixin/package.json")).toStdString());
+    const JSON manifest = parsedFile(path("openclaw-weixin/openclaw.plugin.json"));
+    const JSON package = parsedFile(path("openclaw-weixin/package.json"));
     QVERIFY(manifest["channels"][0] == "openclaw-weixin");
     QVERIFY(package["openclaw"]["channel"]["id"] == manifest["id"]);
     QVERIFY(package["openclaw"]["extensions"][0] == "./index.js");
@@ -137,17 +121,14 @@ void tst_WeixinPlugin::archiveHoldsThePluginForTheHostThatWasAsked()
 
 void tst_WeixinPlugin::loginEndsWhenItsQRCodeIsOpened()
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty())
-        QSKIP("Node.js is not installed");
     m_client->state().weixinLogins.scannedAfter = 24h;
     unpack();
     QProcess node;
     QString output;
     startLogin(node);
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        (output += QString::fromUtf8(node.readAllStandardOutput())).contains(QStringLiteral("等待扫码")),
-        node.readAllStandardError().constData(), 60000);
-    const QByteArray address = scannedFrom(output);
+    QTRY_VERIFY2_WITH_TIMEOUT((output += QString::fromUtf8(node.readAllStandardOutput())).contains(u"等待扫码"_s),
+                              node.readAllStandardError().constData(), 60000);
+    const QByteArray address = scannedCode(drawn(output.section(u"\n\n"_s, 1, 1).split(u'\n'))).toUtf8();
     QVERIFY2(address.startsWith(m_client->origin() + "/weixin/scan?id="), address.constData());
     QCOMPARE(node.state(), QProcess::Running);
     QCOMPARE(m_client->get(address.sliced(m_client->origin().size())).status, 200);
@@ -157,7 +138,7 @@ void tst_WeixinPlugin::loginEndsWhenItsQRCodeIsOpened()
              "login success\n"
              R"({"channels":{"qqbot":{"appId":"1"},"openclaw-weixin":{"enabled":true}},"accounts":["wx-local-10001"]})"
              "\n");
-    const JSON accounts = JSON::parse(contentOf(path(".openclaw/openclaw-weixin/accounts.json")).toStdString());
+    const JSON accounts = parsedFile(path(".openclaw/openclaw-weixin/accounts.json"));
     QVERIFY(accounts == JSON::array({"wx-local-10001"}));
 }
 
@@ -173,14 +154,10 @@ void tst_WeixinPlugin::loginCountsAsScannedAfterAWhile()
 
 void tst_WeixinPlugin::refusedLoginFailsAndKeepsNothing_data()
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QByteArray>("message");
-    QTest::newRow("no QR code") << QByteArray("POST") << QByteArray(R"({"message":"服务繁忙"})")
-                                << QByteArray("服务繁忙");
-    QTest::newRow("refused by the phone")
-        << QByteArray("GET") << QByteArray(R"({"message":"用户拒绝登录"})") << QByteArray("用户拒绝登录");
-    QTest::newRow("broken answer") << QByteArray("GET") << QByteArray("<html>") << QByteArray("SyntaxError");
+    const auto row = columns<QByteArray, QByteArray, QByteArray>("method", "body", "message");
+    row("no QR code", "POST", R"({"message":"服务繁忙"})", "服务繁忙");
+    row("refused by the phone", "GET", R"({"message":"用户拒绝登录"})", "用户拒绝登录");
+    row("broken answer", "GET", "<html>", "SyntaxError");
 }
 
 void tst_WeixinPlugin::refusedLoginFailsAndKeepsNothing()
@@ -188,8 +165,6 @@ void tst_WeixinPlugin::refusedLoginFailsAndKeepsNothing()
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, body);
     QFETCH(QByteArray, message);
-    if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty())
-        QSKIP("Node.js is not installed");
     m_client->server().faults().set(method, QLatin1String(LoginPath), {.status = 403, .body = body});
     unpack();
     QProcess node;
