@@ -1,7 +1,8 @@
 import QtQuick
 import Vaelix
 
-/// Icon, name, description, category and status of the selected software, and for an agent the way to its own settings.
+/// Icon, name, description, category and status of the selected software, and for an agent the way to its
+/// own settings.
 Item {
     id: header
 
