@@ -5,11 +5,14 @@ SHELL := /bin/bash
 MAKEFLAGS += --no-print-directory
 
 release := build/release
+package := build/package
 
-.PHONY: help packages configure configure-tidy build run test prove bench lint lint-format lint-includes lint-tidy lint-qml clean
+BUILD_NUMBER := 1
+
+.PHONY: help packages configure configure-tidy build run test prove package prove-package bench lint lint-format lint-includes lint-tidy lint-qml clean
 
 help: ## 列出所有目标
-	@sed -nE 's/^([a-z-]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 16
+	@sed -nE 's/^([a-z-]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 20
 
 packages:
 	@tools/install-packages
@@ -32,6 +35,21 @@ test: configure ## 构建并运行全部测试
 
 prove: build ## 真实安装、运行并卸载 OpenClaw，逐条验证其命令行（需联网，数分钟）
 	@tests/catalog/prove_openclaw.sh
+
+# The sources' own date, so that the same sources make the same package.
+package prove-package: export SOURCE_DATE_EPOCH ?= $(shell git log -1 --format=%ct 2>/dev/null || date +%s)
+
+package: packages ## 构建安装包与更新镜像（build/package），构建号用 BUILD_NUMBER=N 指定
+	@cmake --preset package -DVAELIX_BUILD_NUMBER=$(BUILD_NUMBER)
+	@cmake --build --preset package --target Vaelix vaelix-package-files
+	@rm -f $(package)/*.deb
+	@cd $(package) && umask 022 && cpack
+	@packaging/make_update_image.sh $(package)/Vaelix.app $(package)/Vaelix.dmg
+	@lintian --fail-on error $(package)/*.deb
+	@ls -l $(package)/*.deb $(package)/*.dmg
+
+prove-package: package ## 在最小的 Debian 12 中真实安装、运行并清除安装包（需 root 与网络，数分钟）
+	@packaging/prove_package.sh $(package)/*.deb $(package)/Vaelix.dmg
 
 bench: configure ## 构建并运行性能对比
 	@cmake --build --preset release
