@@ -1,6 +1,7 @@
 #include "Models/SoftwareCatalog.h"
+#include "Support/Table.h"
 
-#include <QTest>
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -44,9 +45,9 @@ void tst_SoftwareCatalog::entryWithoutOptionalKeysHasDefaults()
     const auto entries = SoftwareCatalog::decode('[' + minimalEntry + ']');
     QVERIFY2(entries, qUtf8Printable(entries ? QString() : entries.error().description));
     const SoftwareCatalogEntry &entry = entries->first();
-    QCOMPARE(entry.detectCommand, QStringLiteral("which a"));
+    QCOMPARE(entry.detectCommand, u"which a"_s);
     QCOMPARE(entry.category, SoftwareCategory::Tool);
-    QCOMPARE(entry.dependencies, QStringList{QStringLiteral("b")});
+    QCOMPARE(entry.dependencies, QStringList{u"b"_s});
     for (const QString &text : {entry.iconURL, entry.configCommand, entry.qqbotInstallCommand,
                                 entry.weixinInstallCommand, entry.version, entry.upgradeCommand})
         QCOMPARE(text, QString());
@@ -55,33 +56,31 @@ void tst_SoftwareCatalog::entryWithoutOptionalKeysHasDefaults()
 
 void tst_SoftwareCatalog::badCatalogFailsWhole_data()
 {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("reason");
+    const auto row = columns<QByteArray, QString>("json", "reason");
 
-    QTest::newRow("not JSON") << QByteArray("[{") << "不是有效的 JSON";
-    QTest::newRow("empty") << QByteArray() << "不是有效的 JSON";
-    QTest::newRow("garbage behind it") << QByteArray("[] x") << "不是有效的 JSON";
-    QTest::newRow("not UTF-8") << entryWith("\"A\"", "\"\xff\"") << "不是有效的 JSON";
-    QTest::newRow("no array") << minimalEntry << "应为数组";
-    QTest::newRow("element is no object") << QByteArray("[1]") << "第 1 项：应为对象";
-    QTest::newRow("second entry is bad") << '[' + minimalEntry + ",{}]" << "第 2 项：字段 “id” 缺失";
-    QTest::newRow("key missing") << entryWith(R"("detectCommand":"which a",)", "") << "“detectCommand” 缺失";
-    QTest::newRow("required null") << entryWith(R"("which a")", "null") << "“detectCommand” 缺失";
-    QTest::newRow("number for text") << entryWith("\"A\"", "5") << "“name” 应为文本";
-    QTest::newRow("boolean for text") << entryWith("\"A\"", "true") << "“name” 应为文本";
-    QTest::newRow("optional of another type")
-        << entryWith("\"id\":\"a\"", R"("id":"a","version":1.2)") << "“version” 应为文本";
-    QTest::newRow("unknown category") << entryWith("\"tool\"", "\"Runtime\"") << "“category” 的值 “Runtime” 未知";
-    QTest::newRow("no dependencies") << entryWith(R"(,
+    row("not JSON", "[{", u"不是有效的 JSON"_s);
+    row("empty", {}, u"不是有效的 JSON"_s);
+    row("garbage behind it", "[] x", u"不是有效的 JSON"_s);
+    row("not UTF-8", entryWith("\"A\"", "\"\xff\""), u"不是有效的 JSON"_s);
+    row("no array", minimalEntry, u"应为数组"_s);
+    row("element is no object", "[1]", u"第 1 项：应为对象"_s);
+    row("second entry is bad", '[' + minimalEntry + ",{}]", u"第 2 项：字段 “id” 缺失"_s);
+    row("key missing", entryWith(R"("detectCommand":"which a",)", ""), u"“detectCommand” 缺失"_s);
+    row("required null", entryWith(R"("which a")", "null"), u"“detectCommand” 缺失"_s);
+    row("number for text", entryWith("\"A\"", "5"), u"“name” 应为文本"_s);
+    row("boolean for text", entryWith("\"A\"", "true"), u"“name” 应为文本"_s);
+    row("optional of another type", entryWith("\"id\":\"a\"", R"("id":"a","version":1.2)"), u"“version” 应为文本"_s);
+    row("unknown category", entryWith("\"tool\"", "\"Runtime\""), u"“category” 的值 “Runtime” 未知"_s);
+    row("no dependencies",
+        entryWith(R"(,
     "homepageURL":"h","dependencies":["b"])",
-                                                  R"(,"homepageURL":"h")")
-                                     << "“dependencies” 缺失";
-    QTest::newRow("dependency is a number") << entryWith("[\"b\"]", "[\"b\",3]") << "“dependencies” 第 2 项：应为文本";
-    QTest::newRow("files is an object") << entryWith("\"id\":\"a\"", R"("id":"a","files":{})") << "“files” 应为数组";
-    QTest::newRow("file without size") << entryWithFile(R"({"id":"f","file_type":"z","original_name":"n"})")
-                                       << "“file_size” 缺失";
+                  R"(,"homepageURL":"h")"),
+        u"“dependencies” 缺失"_s);
+    row("dependency is a number", entryWith("[\"b\"]", "[\"b\",3]"), u"“dependencies” 第 2 项：应为文本"_s);
+    row("files is an object", entryWith("\"id\":\"a\"", R"("id":"a","files":{})"), u"“files” 应为数组"_s);
+    row("file without size", entryWithFile(R"({"id":"f","file_type":"z","original_name":"n"})"), u"“file_size” 缺失"_s);
     for (const char *size : {"1.5", "true", "\"12\"", "18446744073709551615"})
-        QTest::newRow(size) << entryWithFile(QByteArray(minimalFile).replace("12", size)) << "“file_size” 应为整数";
+        row(size, entryWithFile(QByteArray(minimalFile).replace("12", size)), u"“file_size” 应为整数"_s);
 }
 
 void tst_SoftwareCatalog::badCatalogFailsWhole()
@@ -104,8 +103,8 @@ void tst_SoftwareCatalog::encodingWritesAllKeysInOrderAndComesBackEqual()
 {
     auto entries = SoftwareCatalog::decode(entryWithFile(minimalFile)).value();
     entries.append(entries.first());
-    entries[1].name = QStringLiteral("引号\" 与 \n 换行 中文 😀");
-    entries[1].files[0].mimeType = QStringLiteral("application/zip");
+    entries[1].name = u"引号\" 与 \n 换行 中文 😀"_s;
+    entries[1].files[0].mimeType = u"application/zip"_s;
     const QByteArray json = SoftwareCatalog::encode(entries);
     QCOMPARE(SoftwareCatalog::decode(json).value(), entries);
     QVERIFY(json.startsWith(
@@ -123,10 +122,9 @@ void tst_SoftwareCatalog::builtInEntries()
         QCOMPARE(entry.category, SoftwareCategory::Framework);
         QVERIFY(entry.installCommand.isEmpty());
     }
-    QCOMPARE(SoftwareCatalog::find(entries, QStringLiteral("openclaw"))->startCommand,
-             QStringLiteral("openclaw serve"));
-    QCOMPARE(SoftwareCatalog::find(entries, QStringLiteral("hermes"))->upgradeCommand, QStringLiteral("hermes update"));
-    QCOMPARE(SoftwareCatalog::find(entries, QStringLiteral("Hermes")), nullptr);
+    QCOMPARE(SoftwareCatalog::find(entries, u"openclaw"_s)->startCommand, u"openclaw serve"_s);
+    QCOMPARE(SoftwareCatalog::find(entries, u"hermes"_s)->upgradeCommand, u"hermes update"_s);
+    QCOMPARE(SoftwareCatalog::find(entries, u"Hermes"_s), nullptr);
 }
 
 void tst_SoftwareCatalog::shippedCatalogDecodes()
@@ -141,14 +139,12 @@ void tst_SoftwareCatalog::shippedCatalogDecodes()
         QVERIFY2(!entry.installCommand.isEmpty() && !entry.uninstallCommand.isEmpty() && !entry.detectCommand.isEmpty(),
                  qUtf8Printable(entry.id));
     }
-    QCOMPARE(ids,
-             QStringList({QStringLiteral("openclaw"), QStringLiteral("hermes"), QStringLiteral("ollama"),
-                          QStringLiteral("crewai"), QStringLiteral("stable-diffusion")}));
+    QCOMPARE(ids, QStringList({u"openclaw"_s, u"hermes"_s, u"ollama"_s, u"crewai"_s, u"stable-diffusion"_s}));
 }
 
 void tst_SoftwareCatalog::rawValues()
 {
-    QCOMPARE(SoftwareStatus::rawValue(SoftwareStatus::NotInstalled), QStringLiteral("not_installed"));
+    QCOMPARE(SoftwareStatus::rawValue(SoftwareStatus::NotInstalled), u"not_installed"_s);
     QVERIFY(!SoftwareStatus::fromRawValue(u"notInstalled"));
     QVERIFY(!SoftwareCategory::fromRawValue(u"Runtime"));
     QCOMPARE(SoftwareCategory::fromRawValue(u"framework"), SoftwareCategory::Framework);

@@ -2,8 +2,8 @@
 #include "Models/TokenFormat.h"
 #include "Models/TokenPackage.h"
 #include "Models/TokenTransaction.h"
+#include "Support/Table.h"
 
-#include <QTest>
 #include <nlohmann/json.hpp>
 
 using namespace Qt::StringLiterals;
@@ -89,9 +89,9 @@ private Q_SLOTS:
 
 void tst_TokenModels::wrongFields_data()
 {
-    QTest::addColumn<int>("index");
+    const auto row = columns<int>("index");
     for (qsizetype index = 0; index < records.size(); ++index)
-        QTest::newRow(records[index].name) << int(index);
+        row(records[index].name, int(index));
 }
 
 void tst_TokenModels::wrongFields()
@@ -145,8 +145,7 @@ void tst_TokenModels::requestsAsSent()
 
 void tst_TokenModels::shortCounts_data()
 {
-    QTest::addColumn<qint64>("count");
-    QTest::addColumn<QString>("text");
+    columns<qint64, QString>("count", "text");
     const QList<std::pair<qint64, QString>> cases{
         {0, u"0"_s},
         {999, u"999"_s},
@@ -180,15 +179,14 @@ void tst_TokenModels::shortCounts()
 
 void tst_TokenModels::decimals_data()
 {
-    QTest::addColumn<double>("yuan");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("sum of fractions") << 0.1 + 0.2 << u"¥0.30"_s;
-    QTest::newRow("tie to even, down") << 0.125 << u"¥0.12"_s;
-    QTest::newRow("tie to even, up") << 0.375 << u"¥0.38"_s;
-    QTest::newRow("nearly a tie") << 1.005 << u"¥1.00"_s;
-    QTest::newRow("thousands stay together") << 1'000'000. << u"¥1000000.00"_s;
-    QTest::newRow("negative") << -9.9 << u"¥-9.90"_s;
-    QTest::newRow("zero") << 0. << u"¥0.00"_s;
+    const auto row = columns<double, QString>("yuan", "text");
+    row("sum of fractions", 0.1 + 0.2, u"¥0.30"_s);
+    row("tie to even, down", 0.125, u"¥0.12"_s);
+    row("tie to even, up", 0.375, u"¥0.38"_s);
+    row("nearly a tie", 1.005, u"¥1.00"_s);
+    row("thousands stay together", 1'000'000., u"¥1000000.00"_s);
+    row("negative", -9.9, u"¥-9.90"_s);
+    row("zero", 0., u"¥0.00"_s);
 }
 
 void tst_TokenModels::decimals()
@@ -200,13 +198,10 @@ void tst_TokenModels::decimals()
 
 void tst_TokenModels::packageTexts_data()
 {
-    QTest::addColumn<TokenPackage>("package");
-    QTest::addColumn<QStringList>("texts"); // tokens, price, price of a thousand, discount
+    // texts: tokens, price, price of a thousand, discount
+    const auto row = columns<TokenPackage, QStringList>("package", "texts");
     const auto package = [](qint64 tokens, double price, std::optional<double> discount) {
         return TokenPackage{.tokenCount = tokens, .price = price, .discount = discount};
-    };
-    const auto row = [&](const char *name, const TokenPackage &package, const QStringList &texts) {
-        QTest::newRow(name) << package << texts;
     };
     row("usual", package(500'000, 39.9, 0.2), {u"500,000"_s, u"¥39.90"_s, u"¥0.08/千Token"_s, u"节省 20%"_s});
     row("large", package(10'000'000, 499.9, 0.35), {u"10,000,000"_s, u"¥499.90"_s, u"¥0.05/千Token"_s, u"节省 35%"_s});
@@ -253,15 +248,13 @@ void tst_TokenModels::transactionTypes()
 
 void tst_TokenModels::transactionAmounts_data()
 {
-    QTest::addColumn<TransactionType::Value>("type");
-    QTest::addColumn<qint64>("amount");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("bought") << TransactionType::Purchase << qint64(500'000) << u"+500000"_s;
-    QTest::newRow("consumed") << TransactionType::Consume << qint64(1500) << u"-1500"_s;
-    QTest::newRow("consumed, sign sent") << TransactionType::Consume << qint64(-1500) << u"-1500"_s;
-    QTest::newRow("refunded, sign sent") << TransactionType::Refund << qint64(-7) << u"+7"_s;
-    QTest::newRow("nothing") << TransactionType::Bonus << qint64(0) << u"+0"_s;
-    QTest::newRow("least") << TransactionType::Consume << qint64(INT64_MIN) << u"-9223372036854775808"_s;
+    const auto row = columns<TransactionType::Value, qint64, QString>("type", "amount", "text");
+    row("bought", TransactionType::Purchase, 500'000, u"+500000"_s);
+    row("consumed", TransactionType::Consume, 1500, u"-1500"_s);
+    row("consumed, sign sent", TransactionType::Consume, -1500, u"-1500"_s);
+    row("refunded, sign sent", TransactionType::Refund, -7, u"+7"_s);
+    row("nothing", TransactionType::Bonus, 0, u"+0"_s);
+    row("least", TransactionType::Consume, INT64_MIN, u"-9223372036854775808"_s);
 }
 
 void tst_TokenModels::transactionAmounts()
@@ -273,16 +266,16 @@ void tst_TokenModels::transactionAmounts()
 
 void tst_TokenModels::transactionTimes_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("time"); // empty where it cannot be read
-    QTest::newRow("usual") << u"2025-03-09 02:30:59"_s << u"2025-03-09T02:30:59Z"_s;
-    QTest::newRow("leap day") << u"2024-02-29 00:00:00"_s << u"2024-02-29T00:00:00Z"_s;
+    // time: empty where it cannot be read
+    const auto row = columns<QString, QString>("text", "time");
+    row("usual", u"2025-03-09 02:30:59"_s, u"2025-03-09T02:30:59Z"_s);
+    row("leap day", u"2024-02-29 00:00:00"_s, u"2024-02-29T00:00:00Z"_s);
     for (const char *unreadable :
          {"", "2025-02-29 00:00:00", "2025-13-40 00:00:00", "2025-01-02 24:00:00", "2025-01-02 00:60:00",
           "2025-01-02T03:04:05Z", "2025-01-02T03:04:05", "2025-01-02 03:04:05Z", "2025-1-2 3:4:5",
           "2025-01-02 03:04.05", "2025-01-02 +3:04:05", "2025-01-02  3:04:05", "0000-01-01 00:00:00",
           "２０２５-01-02 03:04:05", "2025/01/02 03:04:05"})
-        QTest::newRow(unreadable) << QString::fromUtf8(unreadable) << QString();
+        row(unreadable, QString::fromUtf8(unreadable), {});
 }
 
 void tst_TokenModels::transactionTimes()

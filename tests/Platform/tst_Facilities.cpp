@@ -2,11 +2,14 @@
 #include "Platform/Folders.h"
 #include "Platform/UserDefaults.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 #include "Utilities/Deployment.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
 
 class tst_Facilities : public QObject
 {
@@ -27,62 +30,58 @@ private Q_SLOTS:
 void tst_Facilities::defaultsKeepValuesByType()
 {
     Scratch scratch;
-    const QString file = scratch.path(QStringLiteral(".config/com.vaelix.app.json"));
+    const QString file = scratch.path(u".config/com.vaelix.app.json"_s);
     const QByteArray binary("\x00\xff{", 3);
-    scratch.defaults.setData(QStringLiteral("data"), binary);
-    scratch.defaults.setText(QStringLiteral("text"), QStringLiteral("文本"));
-    scratch.defaults.setTrue(QStringLiteral("flag"), true);
+    scratch.defaults.setData(u"data"_s, binary);
+    scratch.defaults.setText(u"text"_s, u"文本"_s);
+    scratch.defaults.setTrue(u"flag"_s, true);
     const UserDefaults again(file);
-    QCOMPARE(again.data(QStringLiteral("data")), binary);
-    QCOMPARE(again.text(QStringLiteral("text")), QStringLiteral("文本"));
-    QVERIFY(again.isTrue(QStringLiteral("flag")));
-    QVERIFY(!again.data(QStringLiteral("text")) && !again.text(QStringLiteral("data"))
-            && !again.isTrue(QStringLiteral("text")));
-    QVERIFY(!again.data(QStringLiteral("missing")) && !again.text(QStringLiteral("missing"))
-            && !again.isTrue(QStringLiteral("missing")));
+    QCOMPARE(again.data(u"data"_s), binary);
+    QCOMPARE(again.text(u"text"_s), u"文本"_s);
+    QVERIFY(again.isTrue(u"flag"_s));
+    QVERIFY(!again.data(u"text"_s) && !again.text(u"data"_s) && !again.isTrue(u"text"_s));
+    QVERIFY(!again.data(u"missing"_s) && !again.text(u"missing"_s) && !again.isTrue(u"missing"_s));
 
     // Another process wrote in between: its value survives ours.
     UserDefaults other(file);
-    other.setText(QStringLiteral("theirs"), QStringLiteral("x"));
-    scratch.defaults.setTrue(QStringLiteral("flag"), false);
-    QCOMPARE(other.text(QStringLiteral("theirs")), QStringLiteral("x"));
-    QVERIFY(!other.isTrue(QStringLiteral("flag")));
+    other.setText(u"theirs"_s, u"x"_s);
+    scratch.defaults.setTrue(u"flag"_s, false);
+    QCOMPARE(other.text(u"theirs"_s), u"x"_s);
+    QVERIFY(!other.isTrue(u"flag"_s));
 }
 
 void tst_Facilities::defaultsThatAreNotJSONAreSetAside()
 {
     Scratch scratch;
-    scratch.write(QStringLiteral(".config/com.vaelix.app.json"), "{\"broken\": ");
-    QVERIFY(!scratch.defaults.text(QStringLiteral("broken")));
-    scratch.defaults.setText(QStringLiteral("new"), QStringLiteral("x"));
-    QCOMPARE(scratch.defaults.text(QStringLiteral("new")), QStringLiteral("x"));
-    QCOMPARE(scratch.read(QStringLiteral(".config/com.vaelix.app.json.damaged")), "{\"broken\": ");
+    scratch.write(u".config/com.vaelix.app.json"_s, "{\"broken\": ");
+    QVERIFY(!scratch.defaults.text(u"broken"_s));
+    scratch.defaults.setText(u"new"_s, u"x"_s);
+    QCOMPARE(scratch.defaults.text(u"new"_s), u"x"_s);
+    QCOMPARE(scratch.read(u".config/com.vaelix.app.json.damaged"_s), "{\"broken\": ");
 }
 
 void tst_Facilities::defaultsThatCannotBeWrittenKeepTheOld()
 {
     Scratch scratch;
-    scratch.write(QStringLiteral("file"), "in the way");
-    UserDefaults blocked(scratch.path(QStringLiteral("file/defaults.json")));
-    blocked.setText(QStringLiteral("key"), QStringLiteral("x"));
-    QVERIFY(!blocked.text(QStringLiteral("key")));
-    QCOMPARE(scratch.read(QStringLiteral("file")), "in the way");
+    scratch.write(u"file"_s, "in the way");
+    UserDefaults blocked(scratch.path(u"file/defaults.json"_s));
+    blocked.setText(u"key"_s, u"x"_s);
+    QVERIFY(!blocked.text(u"key"_s));
+    QCOMPARE(scratch.read(u"file"_s), "in the way");
 }
 
 void tst_Facilities::bundleReadsItsPropertyList_data()
 {
-    QTest::addColumn<QByteArray>("plist");
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("build");
+    const auto row = columns<QByteArray, QString, QString>("plist", "version", "build");
     const auto xml = [](const QByteArray &dict) {
         return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + dict + "</dict></plist>";
     };
-    QTest::newRow("both") << xml(
-        "<key>CFBundleShortVersionString</key><string>2.1</string><key>CFBundleVersion</key><string>37</string>")
-                          << "2.1" << "37";
-    QTest::newRow("numbers are no texts") << xml("<key>CFBundleVersion</key><integer>37</integer>") << "-" << "-";
-    QTest::newRow("not a property list") << QByteArray("hello") << "-" << "-";
-    QTest::newRow("none") << QByteArray() << "-" << "-";
+    row("both",
+        xml("<key>CFBundleShortVersionString</key><string>2.1</string><key>CFBundleVersion</key><string>37</string>"),
+        u"2.1"_s, u"37"_s);
+    row("numbers are no texts", xml("<key>CFBundleVersion</key><integer>37</integer>"), u"-"_s, u"-"_s);
+    row("not a property list", "hello", u"-"_s, u"-"_s);
+    row("none", {}, u"-"_s, u"-"_s);
 }
 
 void tst_Facilities::bundleReadsItsPropertyList()
@@ -90,28 +89,25 @@ void tst_Facilities::bundleReadsItsPropertyList()
     QFETCH(QByteArray, plist);
     Scratch scratch;
     if (!plist.isEmpty())
-        scratch.write(QStringLiteral("Contents/Info.plist"), plist);
-    QTEST(scratch.bundle.shortVersion().value_or(QStringLiteral("-")), "version");
-    QTEST(scratch.bundle.buildNumber().value_or(QStringLiteral("-")), "build");
-    QVERIFY(!scratch.bundle.resource(QStringLiteral("a.json")));
-    scratch.write(QStringLiteral("Contents/Resources/a.json"), "[]");
-    QCOMPARE(scratch.bundle.resource(QStringLiteral("a.json")),
-             scratch.path(QStringLiteral("Contents/Resources/a.json")));
+        scratch.write(u"Contents/Info.plist"_s, plist);
+    QTEST(scratch.bundle.shortVersion().value_or(u"-"_s), "version");
+    QTEST(scratch.bundle.buildNumber().value_or(u"-"_s), "build");
+    QVERIFY(!scratch.bundle.resource(u"a.json"_s));
+    scratch.write(u"Contents/Resources/a.json"_s, "[]");
+    QCOMPARE(scratch.bundle.resource(u"a.json"_s), scratch.path(u"Contents/Resources/a.json"_s));
 }
 
 void tst_Facilities::originOverrideIsForLoopbackOnly_data()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("origin");
-    const QString configured = QStringLiteral("https://account.vaelix.example");
-    QTest::newRow("loopback address") << QByteArray("http://127.0.0.1:8123") << "http://127.0.0.1:8123";
-    QTest::newRow("path and user are cut off")
-        << QByteArray("http://me@localhost:80/api/?x#y") << "http://localhost:80";
-    QTest::newRow("IPv6") << QByteArray("http://[::1]:9") << "http://[::1]:9";
-    QTest::newRow("another machine") << QByteArray("http://192.0.2.7:8123") << configured;
-    QTest::newRow("looks like loopback") << QByteArray("http://127.0.0.1.evil.example") << configured;
-    QTest::newRow("another scheme") << QByteArray("file://localhost/etc") << configured;
-    QTest::newRow("empty") << QByteArray() << configured;
+    const auto row = columns<QByteArray, QString>("value", "origin");
+    const QString configured = u"https://account.vaelix.example"_s;
+    row("loopback address", "http://127.0.0.1:8123", u"http://127.0.0.1:8123"_s);
+    row("path and user are cut off", "http://me@localhost:80/api/?x#y", u"http://localhost:80"_s);
+    row("IPv6", "http://[::1]:9", u"http://[::1]:9"_s);
+    row("another machine", "http://192.0.2.7:8123", configured);
+    row("looks like loopback", "http://127.0.0.1.evil.example", configured);
+    row("another scheme", "file://localhost/etc", configured);
+    row("empty", {}, configured);
 }
 
 void tst_Facilities::originOverrideIsForLoopbackOnly()
@@ -125,23 +121,23 @@ void tst_Facilities::originOverrideIsForLoopbackOnly()
 void tst_Facilities::homeIsThatOfTheUserDatabase()
 {
     qputenv("HOME", "/nonexistent");
-    QVERIFY(Folders::user().home != QStringLiteral("/nonexistent"));
+    QVERIFY(Folders::user().home != u"/nonexistent"_s);
     QVERIFY(QFile::exists(Folders::user().home));
 }
 
 void tst_Facilities::credentials()
 {
-    KeychainService keychain(QStringLiteral("com.vaelix.test"));
-    KeychainService other(QStringLiteral("com.vaelix.other"));
-    const QString key = QStringLiteral("auth_token");
+    KeychainService keychain(u"com.vaelix.test"_s);
+    KeychainService other(u"com.vaelix.other"_s);
+    const QString key = u"auth_token"_s;
     keychain.remove(key);
     QVERIFY(!keychain.get(key));
-    keychain.save(key, QStringLiteral("first"));
-    keychain.save(key, QStringLiteral("第二"));
-    QCOMPARE(keychain.get(key), QStringLiteral("第二"));
+    keychain.save(key, u"first"_s);
+    keychain.save(key, u"第二"_s);
+    QCOMPARE(keychain.get(key), u"第二"_s);
     QVERIFY(!other.get(key));
     other.remove(key);
-    QCOMPARE(keychain.get(key), QStringLiteral("第二"));
+    QCOMPARE(keychain.get(key), u"第二"_s);
     keychain.save(key, QString());
     QVERIFY(keychain.get(key).has_value());
     QCOMPARE(keychain.get(key), QString());

@@ -1,5 +1,6 @@
 #include "Platform/Workspace.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QFile>
 #include <sys/stat.h>
@@ -19,22 +20,16 @@ private Q_SLOTS:
 
 void tst_Workspace::opensInATerminal_data()
 {
-    QTest::addColumn<QStringList>("installed");
-    QTest::addColumn<QString>("preferred"); // $TERMINAL
-    QTest::addColumn<QString>("started");
+    // preferred: $TERMINAL
+    const auto row = columns<QStringList, QString, QString>("installed", "preferred", "started");
 
-    QTest::newRow("the system's choice before others")
-        << QStringList{u"xterm"_s, u"x-terminal-emulator"_s, u"konsole"_s} << ""
-        << "x-terminal-emulator -e";
-    QTest::newRow("the user's choice before the system's")
-        << QStringList{u"mine"_s, u"x-terminal-emulator"_s} << "mine --title \"a b\""
-        << "mine --title a b -e";
-    QTest::newRow("a choice that is not installed") << QStringList{u"xterm"_s} << "gone"
-                                                    << "xterm -e";
-    QTest::newRow("one that takes the command line as it is") << QStringList{u"kitty"_s} << ""
-                                                              << "kitty";
-    QTest::newRow("none") << QStringList() << ""
-                          << "";
+    row("the system's choice before others", QStringList{u"xterm"_s, u"x-terminal-emulator"_s, u"konsole"_s}, u""_s,
+        u"x-terminal-emulator -e"_s);
+    row("the user's choice before the system's", QStringList{u"mine"_s, u"x-terminal-emulator"_s},
+        u"mine --title \"a b\""_s, u"mine --title a b -e"_s);
+    row("a choice that is not installed", QStringList{u"xterm"_s}, u"gone"_s, u"xterm -e"_s);
+    row("one that takes the command line as it is", QStringList{u"kitty"_s}, u""_s, u"kitty"_s);
+    row("none", {}, u""_s, u""_s);
 }
 
 void tst_Workspace::opensInATerminal()
@@ -44,10 +39,9 @@ void tst_Workspace::opensInATerminal()
     QFETCH(QString, started);
     Scratch scratch;
     for (const QString &name : installed) {
-        const QString terminal = u"terminals/"_s + name;
-        scratch.write(terminal,
-                      "#!/bin/sh\necho \"${0##*/} $*\" > \"$HOME/new\"; /bin/mv \"$HOME/new\" \"$HOME/started\"\n");
-        QFile::setPermissions(scratch.path(terminal), QFile::ReadOwner | QFile::ExeOwner);
+        scratch.writeProgram(
+            u"terminals/"_s + name,
+            "#!/bin/sh\necho \"${0##*/} $*\" > \"$HOME/new\"; /bin/mv \"$HOME/new\" \"$HOME/started\"\n");
     }
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PATH"_s, scratch.path(u"terminals"_s));
@@ -68,12 +62,11 @@ void tst_Workspace::opensInATerminal()
 
 void tst_Workspace::refusesWhatOthersCanWrite_data()
 {
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<bool>("isLink");
-    QTest::newRow("everybody") << 0757 << false;
-    QTest::newRow("its group") << 0775 << false;
-    QTest::newRow("through a link") << 0755 << true;
-    QTest::newRow("not there") << 0 << false;
+    const auto row = columns<int, bool>("mode", "isLink");
+    row("everybody", 0757, false);
+    row("its group", 0775, false);
+    row("through a link", 0755, true);
+    row("not there", 0, false);
 }
 
 void tst_Workspace::refusesWhatOthersCanWrite()

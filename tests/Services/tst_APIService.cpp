@@ -1,30 +1,25 @@
-#include "DevServer.h"
-#include "Support/Scratch.h"
+#include "Support/Served.h"
+#include "Support/Table.h"
 #include "Utilities/Log.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-const QString catalogPath = QStringLiteral("/api/v1/software/catalog");
+const QString catalogPath = u"/api/v1/software/catalog"_s;
 
-/// A dev server on a free port and the services of a scratch home that talk to it.
-struct Fixture {
-    devserver::DevServer server{devserver::ServerState{}};
-    Scratch scratch{server.start(0).value()};
-
+struct Fixture : Served {
     /// How a call ends that decodes the envelope's data as text.
-    QString describe(const QString &path = QStringLiteral("/software/catalog"))
+    QString describe(const QString &path = u"/software/catalog"_s)
     {
         const auto response = QCoro::waitFor(scratch.api.get(path, decodeText));
         if (!response)
             return response.error().description();
-        return QStringLiteral("%1 %2 %3")
-            .arg(response->code)
-            .arg(response->message, response->data.value_or(QStringLiteral("(none)")));
+        return u"%1 %2 %3"_s.arg(response->code).arg(response->message, response->data.value_or(u"(none)"_s));
     }
 };
 
@@ -46,26 +41,18 @@ private Q_SLOTS:
 
 void tst_APIService::answer_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("outcome");
-    QTest::newRow("data") << 200 << QByteArray(R"({"code":0,"message":"ok","data":"d","extra":1})") << "0 ok d";
-    QTest::newRow("null data") << 200 << QByteArray(R"({"code":0,"message":"ok","data":null})") << "0 ok (none)";
-    QTest::newRow("no data, code of the server's own")
-        << 201 << QByteArray(R"({"message":"no","code":5})") << "5 no (none)";
-    QTest::newRow("no message") << 200 << QByteArray(R"({"code":0})") << "数据解析错误: 字段 “message” 缺失";
-    QTest::newRow("code is text") << 200 << QByteArray(R"({"code":"0","message":"ok"})")
-                                  << "数据解析错误: 字段 “code” 应为整数";
-    QTest::newRow("code is fractional") << 200 << QByteArray(R"({"code":1.5,"message":"ok"})")
-                                        << "数据解析错误: 字段 “code” 应为整数";
-    QTest::newRow("code is a boolean") << 200 << QByteArray(R"({"code":true,"message":"ok"})")
-                                       << "数据解析错误: 字段 “code” 应为整数";
-    QTest::newRow("data of another type")
-        << 200 << QByteArray(R"({"code":0,"message":"ok","data":[]})") << "数据解析错误: 字段 “data” 应为文本";
-    QTest::newRow("unauthorised whatever the body")
-        << 401 << QByteArray(R"({"code":0,"message":"ok"})") << "认证过期，请重新登录";
-    QTest::newRow("server error") << 500 << QByteArray("oops %1") << "HTTP 500: oops %1";
-    QTest::newRow("not found, body not UTF-8") << 404 << QByteArray("\xff") << "HTTP 404: ";
+    const auto row = columns<int, QByteArray, QString>("status", "body", "outcome");
+    row("data", 200, R"({"code":0,"message":"ok","data":"d","extra":1})", u"0 ok d"_s);
+    row("null data", 200, R"({"code":0,"message":"ok","data":null})", u"0 ok (none)"_s);
+    row("no data, code of the server's own", 201, R"({"message":"no","code":5})", u"5 no (none)"_s);
+    row("no message", 200, R"({"code":0})", u"数据解析错误: 字段 “message” 缺失"_s);
+    row("code is text", 200, R"({"code":"0","message":"ok"})", u"数据解析错误: 字段 “code” 应为整数"_s);
+    row("code is fractional", 200, R"({"code":1.5,"message":"ok"})", u"数据解析错误: 字段 “code” 应为整数"_s);
+    row("code is a boolean", 200, R"({"code":true,"message":"ok"})", u"数据解析错误: 字段 “code” 应为整数"_s);
+    row("data of another type", 200, R"({"code":0,"message":"ok","data":[]})", u"数据解析错误: 字段 “data” 应为文本"_s);
+    row("unauthorised whatever the body", 401, R"({"code":0,"message":"ok"})", u"认证过期，请重新登录"_s);
+    row("server error", 500, "oops %1", u"HTTP 500: oops %1"_s);
+    row("not found, body not UTF-8", 404, "\xff", u"HTTP 404: "_s);
 }
 
 void tst_APIService::answer()
@@ -78,7 +65,7 @@ void tst_APIService::answer()
 
     for (const char *html : {"", "<html></html>"}) {
         fixture.server.faults().set("GET", catalogPath, {.body = html});
-        QVERIFY(fixture.describe().startsWith(QStringLiteral("数据解析错误: ")));
+        QVERIFY(fixture.describe().startsWith(u"数据解析错误: "_s));
     }
 }
 
@@ -86,15 +73,15 @@ void tst_APIService::serverThatIsDown()
 {
     QTcpServer nobody;
     QVERIFY(nobody.listen(QHostAddress::LocalHost));
-    const QString origin = QStringLiteral("http://127.0.0.1:%1").arg(nobody.serverPort());
+    const QString origin = u"http://127.0.0.1:%1"_s.arg(nobody.serverPort());
     nobody.close();
     Scratch scratch(origin);
-    const auto response = QCoro::waitFor(scratch.api.get(QStringLiteral("/x"), decodeText));
+    const auto response = QCoro::waitFor(scratch.api.get(u"/x"_s, decodeText));
     QVERIFY(!response);
-    QCOMPARE(response.error().description(), QStringLiteral("网络错误: 无法连接到服务器"));
+    QCOMPARE(response.error().description(), u"网络错误: 无法连接到服务器"_s);
 
-    const auto badURL = QCoro::waitFor(Scratch(QStringLiteral("http://[")).api.get(QStringLiteral("/x"), decodeText));
-    QCOMPARE(badURL.error().description(), QStringLiteral("无效的 URL"));
+    const auto badURL = QCoro::waitFor(Scratch(u"http://["_s).api.get(u"/x"_s, decodeText));
+    QCOMPARE(badURL.error().description(), u"无效的 URL"_s);
 }
 
 void tst_APIService::connectionThatBreaksOff()
@@ -102,7 +89,7 @@ void tst_APIService::connectionThatBreaksOff()
     Fixture fixture;
     for (const auto drop : {devserver::Drop::BeforeAnswer, devserver::Drop::MidBody}) {
         fixture.server.faults().set("GET", catalogPath, {.drop = drop});
-        QVERIFY2(fixture.describe().startsWith(QStringLiteral("网络错误: ")), qUtf8Printable(fixture.describe()));
+        QVERIFY2(fixture.describe().startsWith(u"网络错误: "_s), qUtf8Printable(fixture.describe()));
     }
 }
 
@@ -114,33 +101,29 @@ void tst_APIService::sentRequest()
     QCOMPARE(anonymous.header("Content-Type"), "application/json");
     QCOMPARE(anonymous.header("Authorization"), "");
 
-    fixture.scratch.keychain.save(QStringLiteral("auth_token"), QStringLiteral("t0ken"));
-    const auto answer = QCoro::waitFor(
-        fixture.scratch.api.post(QStringLiteral("/software/catalog?x=1"), R"({"b":1,"a":2})", decodeText));
+    fixture.scratch.keychain.save(u"auth_token"_s, u"t0ken"_s);
+    const auto answer =
+        QCoro::waitFor(fixture.scratch.api.post(u"/software/catalog?x=1"_s, R"({"b":1,"a":2})", decodeText));
     QCOMPARE(answer.error().kind(), APIError::Kind::HTTPError);
-    fixture.scratch.keychain.remove(QStringLiteral("auth_token"));
+    fixture.scratch.keychain.remove(u"auth_token"_s);
     const auto &posted = fixture.server.requests().last();
     QCOMPARE(posted.method, "POST");
     QCOMPARE(posted.path, catalogPath);
-    QCOMPARE(posted.query, QStringLiteral("x=1"));
+    QCOMPARE(posted.query, u"x=1"_s);
     QCOMPARE(posted.body, R"({"b":1,"a":2})");
     QCOMPARE(posted.header("Authorization"), "Bearer t0ken");
 }
 
 void tst_APIService::serverCatalog_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("count"); // -1 for none
-    QTest::addColumn<QByteArray>("log");
-    const auto envelope = [](const QByteArray &data) { return R"({"code":0,"message":"ok","data":)" + data + '}'; };
-    const QByteArray two = SoftwareCatalog::encode({testEntry(QStringLiteral("a")), testEntry(QStringLiteral("b"))});
-    QTest::newRow("two") << envelope(two) << 2 << QByteArray("[Catalog] 从服务端加载 2 个软件\n");
-    QTest::newRow("empty") << envelope("[]") << -1 << QByteArray();
-    QTest::newRow("no data") << QByteArray(R"({"code":0,"message":"ok"})") << -1 << QByteArray();
-    QTest::newRow("one bad entry")
-        << envelope(QByteArray(two).replace("\"tool\"", "\"tools\"")) << -1
-        << QByteArray(
-               "[Catalog] 服务端加载失败: 数据解析错误: 字段 “data” 第 1 项：字段 “category” 的值 “tools” 未知\n");
+    // count: -1 for none
+    const auto row = columns<QByteArray, int, QByteArray>("body", "count", "log");
+    const QByteArray two = SoftwareCatalog::encode({testEntry(u"a"_s), testEntry(u"b"_s)});
+    row("two", envelope(two), 2, "[Catalog] 从服务端加载 2 个软件\n");
+    row("empty", envelope("[]"), -1, {});
+    row("no data", R"({"code":0,"message":"ok"})", -1, {});
+    row("one bad entry", envelope(QByteArray(two).replace("\"tool\"", "\"tools\"")), -1,
+        "[Catalog] 服务端加载失败: 数据解析错误: 字段 “data” 第 1 项：字段 “category” 的值 “tools” 未知\n");
 }
 
 void tst_APIService::serverCatalog()

@@ -3,6 +3,7 @@
 #include "Services/HermesService.h"
 #include "Services/OpenClawService.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -43,8 +44,7 @@ private Q_SLOTS:
     void openClawWeChat();
     void openClawQQ();
     void writingReplacesWhatStandsThere();
-    void failedWriteLosesNothing_data();
-    void failedWriteLosesNothing();
+    void failedWriteIsTold();
     void hermesQuestions_data();
     void hermesQuestions();
     void hermesApprovals_data();
@@ -54,15 +54,12 @@ private Q_SLOTS:
 
 void tst_AgentServices::openClawConfig_data()
 {
-    QTest::addColumn<qint64>("port");
-    QTest::addColumn<QString>("modelPath");
-    QTest::addColumn<QByteArray>("document");
+    const auto row = columns<qint64, QString, QByteArray>("port", "modelPath", "document");
 
-    QTest::newRow("initial") << qint64(8080) << QString() << QByteArray(R"({"port":8080,"modelPath":""})");
-    QTest::newRow("slashes") << qint64(-1) << u"/a/b"_s << QByteArray(R"({"port":-1,"modelPath":"\/a\/b"})");
-    QTest::newRow("quotes, Chinese, the largest port")
-        << std::numeric_limits<qint64>::max() << u"模型 \"7B\"\n"_s
-        << QByteArray(R"({"port":9223372036854775807,"modelPath":"模型 \"7B\"\n"})");
+    row("initial", 8080, {}, R"({"port":8080,"modelPath":""})");
+    row("slashes", -1, u"/a/b"_s, R"({"port":-1,"modelPath":"\/a\/b"})");
+    row("quotes, Chinese, the largest port", std::numeric_limits<qint64>::max(), u"模型 \"7B\"\n"_s,
+        R"({"port":9223372036854775807,"modelPath":"模型 \"7B\"\n"})");
 }
 
 void tst_AgentServices::openClawConfig()
@@ -78,12 +75,7 @@ void tst_AgentServices::openClawConfig()
 
 void tst_AgentServices::openClawApprovals_data()
 {
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<bool>("isDisabled");
-
-    const auto row = [](const char *name, const QByteArray &document, bool isDisabled) {
-        QTest::newRow(name) << document << isDisabled;
-    };
+    const auto row = columns<QByteArray, bool>("document", "isDisabled");
     row("no file", QByteArray(), false);
     row("off", R"({"defaults":{"security":"full","ask":"off"}})", true);
     row("asks always", R"({"defaults":{"security":"full","ask":"always"}})", false);
@@ -115,20 +107,19 @@ void tst_AgentServices::openClawApprovals()
 
 void tst_AgentServices::openClawWeChat_data()
 {
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<bool>("isConnected");
+    const auto row = columns<QByteArray, bool>("document", "isConnected");
 
-    QTest::newRow("a list") << QByteArray(R"(["a"])") << true;
-    QTest::newRow("an empty list") << QByteArray("[]") << false;
-    QTest::newRow("ids") << QByteArray(R"({"ids":["x"]})") << true;
-    QTest::newRow("no ids") << QByteArray(R"({"ids":[]})") << false;
-    QTest::newRow("ids are a text") << QByteArray(R"({"ids":"x"})") << false;
-    QTest::newRow("other key") << QByteArray(R"({"accounts":["x"]})") << false;
-    QTest::newRow("numbers") << QByteArray("[1,2]") << false;
-    QTest::newRow("a number among texts") << QByteArray(R"(["a",1])") << false;
-    QTest::newRow("a text") << QByteArray(R"("a")") << false;
-    QTest::newRow("broken") << QByteArray(R"(["a")") << false;
-    QTest::newRow("empty") << QByteArray("") << false;
+    row("a list", R"(["a"])", true);
+    row("an empty list", "[]", false);
+    row("ids", R"({"ids":["x"]})", true);
+    row("no ids", R"({"ids":[]})", false);
+    row("ids are a text", R"({"ids":"x"})", false);
+    row("other key", R"({"accounts":["x"]})", false);
+    row("numbers", "[1,2]", false);
+    row("a number among texts", R"(["a",1])", false);
+    row("a text", R"("a")", false);
+    row("broken", R"(["a")", false);
+    row("empty", "", false);
 }
 
 void tst_AgentServices::openClawWeChat()
@@ -171,45 +162,32 @@ void tst_AgentServices::writingReplacesWhatStandsThere()
     QCOMPARE(status.st_mode & 07777, mode_t(0640));
 }
 
-void tst_AgentServices::failedWriteLosesNothing_data()
+void tst_AgentServices::failedWriteIsTold()
 {
-    QTest::addColumn<QString>("home");
-    QTest::addColumn<QString>("reason");
-
-    QTest::newRow("home is a device") << u"/dev/full"_s << u"路径中有一级不是文件夹"_s;
-    QTest::newRow("home takes no files") << u"/proc/1"_s << u""_s;
-}
-
-void tst_AgentServices::failedWriteLosesNothing()
-{
-    QFETCH(QString, home);
-    QFETCH(QString, reason);
-    const auto result = OpenClawService(Folders::under(home)).disableApprovals();
-    QVERIFY(!result);
-    QVERIFY2(result.error().description.startsWith(u"无法写入 "_s + home), qPrintable(result.error().description));
-    QVERIFY2(result.error().description.endsWith(reason), qPrintable(result.error().description));
+    const auto complaint = [](const QString &home) {
+        const auto result = OpenClawService(Folders::under(home)).disableApprovals();
+        return result ? QString() : result.error().description;
+    };
+    QVERIFY(complaint(u"/proc/1"_s).startsWith(u"无法写入 /proc/1"_s)); // takes no files
+    QVERIFY(complaint(u"/dev/full"_s).startsWith(u"无法写入 /dev/full"_s));
+    QVERIFY(complaint(u"/dev/full"_s).endsWith(u"路径中有一级不是文件夹"_s));
 }
 
 void tst_AgentServices::hermesQuestions_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("answers");
-
-    const auto row = [](const char *name, const QByteArray &text, const char *answers) {
-        QTest::newRow(name) << text << QString::fromLatin1(answers);
-    };
-    row("nothing", "model: hermes\n", "");
-    row("in a comment", "# telegram comes later\n", "telegram");
-    row("capital letter", "Telegram: 1\nDISCORD: 1\n", "");
+    const auto row = columns<QByteArray, QString>("text", "answers");
+    row("nothing", "model: hermes\n", u""_s);
+    row("in a comment", "# telegram comes later\n", u"telegram"_s);
+    row("capital letter", "Telegram: 1\nDISCORD: 1\n", u""_s);
     row("all, with CRLF and without a last line end", "discord:\r\n  x: 1\r\ntelegram:\r\nwecom: 1",
-        "telegram discord weixin");
-    row("weixin", "platforms: [weixin]\n", "weixin");
-    row("off in double quotes", "approvals:\n  mode: \"off\"\n", "off");
-    row("off in single quotes", "approvals:\n  mode: 'off'\n", "off");
-    row("off without quotes", "approvals:\n  mode: off\n", "");
-    row("off without a space", "approvals:\n  mode:\"off\"\n", "");
-    row("not UTF-8", "telegram \xff discord", "");
-    row("10 MB", QByteArray("key: value # 注释\n").repeated(600'000) + "discord: 1", "discord");
+        u"telegram discord weixin"_s);
+    row("weixin", "platforms: [weixin]\n", u"weixin"_s);
+    row("off in double quotes", "approvals:\n  mode: \"off\"\n", u"off"_s);
+    row("off in single quotes", "approvals:\n  mode: 'off'\n", u"off"_s);
+    row("off without quotes", "approvals:\n  mode: off\n", u""_s);
+    row("off without a space", "approvals:\n  mode:\"off\"\n", u""_s);
+    row("not UTF-8", "telegram \xff discord", u""_s);
+    row("10 MB", QByteArray("key: value # 注释\n").repeated(600'000) + "discord: 1", u"discord"_s);
 }
 
 void tst_AgentServices::hermesQuestions()
@@ -236,12 +214,7 @@ void tst_AgentServices::hermesQuestions()
 
 void tst_AgentServices::hermesApprovals_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-
-    const auto row = [](const char *name, const QByteArray &before, const QByteArray &after) {
-        QTest::newRow(name) << before << after;
-    };
+    const auto row = columns<QByteArray, QByteArray>("before", "after");
     row("empty", "", approvalsBlock);
     row("no block, no last line end", "model: x", "model: x" + approvalsBlock);
     row("no block, CRLF", "model: x\r\n# 中文\r\n", "model: x\r\n# 中文\r\n" + approvalsBlock);

@@ -1,6 +1,7 @@
 #include "DevServer.h"
 #include "Services/AuthService.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QSignalSpy>
 
@@ -112,15 +113,13 @@ private Q_SLOTS:
 
 void tst_AuthService::creation_data()
 {
-    QTest::addColumn<QStringList>("storedKeys");
-    QTest::addColumn<bool>("isLoggedIn");
-    QTest::addColumn<QString>("displayName");
+    const auto row = columns<QStringList, bool, QString>("storedKeys", "isLoggedIn", "displayName");
 
-    QTest::newRow("nothing stored") << QStringList() << false << "";
-    QTest::newRow("token alone") << QStringList{u"auth_token"_s} << false << "";
-    QTest::newRow("user id alone") << QStringList{u"user_id"_s} << false << "";
-    QTest::newRow("both") << QStringList{u"auth_token"_s, u"user_id"_s} << true << "";
-    QTest::newRow("with a name") << credentialKeys << true << "value of display_name";
+    row("nothing stored", {}, false, u""_s);
+    row("token alone", QStringList{u"auth_token"_s}, false, u""_s);
+    row("user id alone", QStringList{u"user_id"_s}, false, u""_s);
+    row("both", QStringList{u"auth_token"_s, u"user_id"_s}, true, u""_s);
+    row("with a name", credentialKeys, true, u"value of display_name"_s);
 }
 
 void tst_AuthService::creation()
@@ -184,17 +183,17 @@ void tst_AuthService::everyFormOfACallback()
 
 void tst_AuthService::callbackThatSaysNothing_data()
 {
-    QTest::addColumn<QUrl>("url");
+    const auto row = columns<QUrl>("url");
 
-    QTest::newRow("no address") << QUrl();
-    QTest::newRow("no query") << QUrl(u"x-vaelix://callback"_s);
-    QTest::newRow("empty query") << callback({});
-    QTest::newRow("only in the fragment") << QUrl(u"x-vaelix://callback#token=t&user_id=u"_s);
-    QTest::newRow("other case") << callback(u"Token=t&USER_ID=u"_s);
-    QTest::newRow("separated by semicolons") << callback(u"token=t;user_id=u"_s);
-    QTest::newRow("not UTF-8") << QUrl::fromEncoded("x-vaelix://callback?token=\xff&user_id=\xfe");
-    QTest::newRow("malformed") << QUrl(u"x-vaelix://[callback?token=t&user_id=u"_s);
-    QTest::newRow("control characters in names") << callback(u"token%00=t&%0Auser_id=u"_s);
+    row("no address", QUrl());
+    row("no query", QUrl(u"x-vaelix://callback"_s));
+    row("empty query", callback({}));
+    row("only in the fragment", QUrl(u"x-vaelix://callback#token=t&user_id=u"_s));
+    row("other case", callback(u"Token=t&USER_ID=u"_s));
+    row("separated by semicolons", callback(u"token=t;user_id=u"_s));
+    row("not UTF-8", QUrl::fromEncoded("x-vaelix://callback?token=\xff&user_id=\xfe"));
+    row("malformed", QUrl(u"x-vaelix://[callback?token=t&user_id=u"_s));
+    row("control characters in names", callback(u"token%00=t&%0Auser_id=u"_s));
 }
 
 void tst_AuthService::callbackThatSaysNothing()
@@ -245,12 +244,11 @@ void tst_AuthService::callbackKeepsWhatDidNotCome()
 
 void tst_AuthService::anotherAccountSignsIn_data()
 {
-    QTest::addColumn<QString>("lastUserId");
-    QTest::addColumn<bool>("isSwitch");
+    const auto row = columns<QString, bool>("lastUserId", "isSwitch");
 
-    QTest::newRow("first on this machine") << QString() << false;
-    QTest::newRow("same again") << u"u2"_s << false;
-    QTest::newRow("another") << u"u1"_s << true;
+    row("first on this machine", {}, false);
+    row("same again", u"u2"_s, false);
+    row("another", u"u1"_s, true);
 }
 
 void tst_AuthService::anotherAccountSignsIn()
@@ -273,13 +271,7 @@ void tst_AuthService::anotherAccountSignsIn()
 
 void tst_AuthService::verification_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("staysSignedIn");
-
-    const auto row = [](const char *name, int status, const QByteArray &body, bool staysSignedIn) {
-        QTest::newRow(name) << status << body << staysSignedIn;
-    };
+    const auto row = columns<int, QByteArray, bool>("status", "body", "staysSignedIn");
     row("good", 200, R"({"code":0,"data":{"userId":"u","role":"user"}})", true);
     row("good without data", 200, R"({"code":0})", true);
     row("good, whatever the status", 500, R"({"code":0,"data":null})", true);

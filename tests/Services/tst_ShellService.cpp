@@ -1,10 +1,12 @@
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -29,7 +31,7 @@ Streamed stream(ShellService &shell, const QString &commandLine)
 /// Whether a process whose arguments contain `mark` is alive.
 bool isAlive(const QString &mark)
 {
-    return QProcess::execute(QStringLiteral("pgrep"), {QStringLiteral("-f"), mark}) == 0;
+    return QProcess::execute(u"pgrep"_s, {u"-f"_s, mark}) == 0;
 }
 
 } // namespace
@@ -63,27 +65,21 @@ private Q_SLOTS:
 
 void tst_ShellService::collectedRun_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QByteArray>("errorOutput");
+    const auto row = columns<QString, int, QByteArray, QByteArray>("commandLine", "exitCode", "output", "errorOutput");
 
-    QTest::newRow("output is trimmed") << "printf '\\n  hi \\t\\n'" << 0 << QByteArray("hi") << QByteArray();
-    QTest::newRow("outputs stay apart") << "echo out; echo err >&2" << 0 << QByteArray("out") << QByteArray("err");
-    QTest::newRow("failing is no failure of the run") << "exit 3" << 3 << QByteArray() << QByteArray();
-    QTest::newRow("unknown command") << "vaelix-no-such-command 2>/dev/null" << 127 << QByteArray() << QByteArray();
-    QTest::newRow("shell interprets the line")
-        << "x=$(echo a b | wc -w) && echo ${x// /}" << 0 << QByteArray("2") << QByteArray();
-    QTest::newRow("ended by a signal") << "kill -TERM $$" << 128 + SIGTERM << QByteArray() << QByteArray();
-    QTest::newRow("not UTF-8") << "printf 'a\\377b'; printf '中文' >&2" << 0 << QByteArray() << QByteArray("中文");
-    QTest::newRow("ends within a character") << "printf '中文\\344\\270'" << 0 << QByteArray() << QByteArray();
-    QTest::newRow("not UTF-8 early in much output")
-        << "printf '\\377'; head -c 3000000 /dev/zero | tr '\\0' o" << 0 << QByteArray() << QByteArray();
-    QTest::newRow("pipes closed before the exit")
-        << "exec >&- 2>&-; sleep 0.1; exit 7" << 7 << QByteArray() << QByteArray();
-    QTest::newRow("more than the pipes hold on both")
-        << "head -c 3000000 /dev/zero | tr '\\0' o; head -c 3000000 /dev/zero | tr '\\0' e >&2" << 0
-        << QByteArray(3000000, 'o') << QByteArray(3000000, 'e');
+    row("output is trimmed", u"printf '\\n  hi \\t\\n'"_s, 0, "hi", {});
+    row("outputs stay apart", u"echo out; echo err >&2"_s, 0, "out", "err");
+    row("failing is no failure of the run", u"exit 3"_s, 3, {}, {});
+    row("unknown command", u"vaelix-no-such-command 2>/dev/null"_s, 127, {}, {});
+    row("shell interprets the line", u"x=$(echo a b | wc -w) && echo ${x// /}"_s, 0, "2", {});
+    row("ended by a signal", u"kill -TERM $$"_s, 128 + SIGTERM, {}, {});
+    row("not UTF-8", u"printf 'a\\377b'; printf '中文' >&2"_s, 0, {}, "中文");
+    row("ends within a character", u"printf '中文\\344\\270'"_s, 0, {}, {});
+    row("not UTF-8 early in much output", u"printf '\\377'; head -c 3000000 /dev/zero | tr '\\0' o"_s, 0, {}, {});
+    row("pipes closed before the exit", u"exec >&- 2>&-; sleep 0.1; exit 7"_s, 7, {}, {});
+    row("more than the pipes hold on both",
+        u"head -c 3000000 /dev/zero | tr '\\0' o; head -c 3000000 /dev/zero | tr '\\0' e >&2"_s, 0,
+        QByteArray(3000000, 'o'), QByteArray(3000000, 'e'));
 }
 
 void tst_ShellService::collectedRun()
@@ -99,19 +95,14 @@ void tst_ShellService::collectedRun()
 
 void tst_ShellService::lineThatCannotBeStarted_data()
 {
-    QTest::addColumn<QString>("shell");
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("description");
+    const auto row = columns<QString, QString, QString>("shell", "commandLine", "description");
 
-    const QString zsh = QStringLiteral("/bin/zsh");
-    QTest::newRow("no shell") << "/nonexistent/zsh" << "true"
-                              << "无法启动 /nonexistent/zsh：找不到该程序，请先安装 zsh";
-    QTest::newRow("not executable") << "/etc/passwd" << "true" << "无法启动 /etc/passwd：没有执行权限";
-    QTest::newRow("NUL") << zsh << QStringLiteral("echo a") + QChar(0) + QStringLiteral("b")
-                         << "无法执行命令：命令行中含有空字符";
-    QTest::newRow("leading hyphen") << zsh << "-x" << "无法执行命令：命令行不能以“-”开头";
-    QTest::newRow("too long") << zsh << QStringLiteral("exit 6").leftJustified(128 * 1024)
-                              << "无法执行命令：命令行过长（超过 128 KB）";
+    const QString zsh = u"/bin/zsh"_s;
+    row("no shell", u"/nonexistent/zsh"_s, u"true"_s, u"无法启动 /nonexistent/zsh：找不到该程序，请先安装 zsh"_s);
+    row("not executable", u"/etc/passwd"_s, u"true"_s, u"无法启动 /etc/passwd：没有执行权限"_s);
+    row("NUL", zsh, u"echo a"_s + QChar(0) + u"b"_s, u"无法执行命令：命令行中含有空字符"_s);
+    row("leading hyphen", zsh, u"-x"_s, u"无法执行命令：命令行不能以“-”开头"_s);
+    row("too long", zsh, u"exit 6"_s.leftJustified(128 * 1024), u"无法执行命令：命令行过长（超过 128 KB）"_s);
 }
 
 void tst_ShellService::lineThatCannotBeStarted()
@@ -143,8 +134,8 @@ void tst_ShellService::environmentOfEveryRun()
     qputenv("VAELIX_TEST_INHERITED", "passes through");
     const QByteArray inherited = qgetenv("PATH");
     Scratch scratch;
-    const auto result = QCoro::waitFor(
-        scratch.shell.run(QStringLiteral("print -rl - $LANG $HOME ~ $VAELIX_TEST_INHERITED ${ZDOTDIR-unset} $PATH")));
+    const auto result =
+        QCoro::waitFor(scratch.shell.run(u"print -rl - $LANG $HOME ~ $VAELIX_TEST_INHERITED ${ZDOTDIR-unset} $PATH"_s));
     const QByteArray home = scratch.home.path().toUtf8();
     const QByteArray path =
         "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin:" + inherited;
@@ -160,14 +151,13 @@ void tst_ShellService::environmentOfEveryRun()
 void tst_ShellService::usersOwnZshFilesAreRead()
 {
     Scratch scratch;
-    scratch.write(QStringLiteral(".zshenv"), "export FROM_ZSHENV=1\n");
-    scratch.write(QStringLiteral(".zprofile"), "export FROM_ZPROFILE=2\n");
-    scratch.write(QStringLiteral("elsewhere/.zprofile"), "export FROM_ELSEWHERE=3\n");
-    const QString line =
-        QStringLiteral("echo $FROM_ZSHENV $FROM_ZPROFILE $FROM_ELSEWHERE ${VAELIX_USER_ZDOTDIR-unset}");
+    scratch.write(u".zshenv"_s, "export FROM_ZSHENV=1\n");
+    scratch.write(u".zprofile"_s, "export FROM_ZPROFILE=2\n");
+    scratch.write(u"elsewhere/.zprofile"_s, "export FROM_ELSEWHERE=3\n");
+    const QString line = u"echo $FROM_ZSHENV $FROM_ZPROFILE $FROM_ELSEWHERE ${VAELIX_USER_ZDOTDIR-unset}"_s;
     QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output.utf8(), "1 2 unset");
 
-    qputenv("ZDOTDIR", scratch.path(QStringLiteral("elsewhere")).toUtf8());
+    qputenv("ZDOTDIR", scratch.path(u"elsewhere"_s).toUtf8());
     const auto result = QCoro::waitFor(scratch.shell.run(line));
     qunsetenv("ZDOTDIR");
     QCOMPARE(result->output.utf8(), "3 unset");
@@ -177,7 +167,7 @@ void tst_ShellService::collectedRunsNeverOverlap()
 {
     Scratch scratch;
     // mkdir fails for the one that comes while another holds the folder.
-    const QString line = QStringLiteral("mkdir ~/turn && sleep 0.05 && rmdir ~/turn && echo alone");
+    const QString line = u"mkdir ~/turn && sleep 0.05 && rmdir ~/turn && echo alone"_s;
     std::vector<QCoro::Task<std::expected<ShellResult, ShellError>>> runs;
     for (int run = 0; run < 6; ++run)
         runs.push_back(scratch.shell.run(line));
@@ -188,28 +178,24 @@ void tst_ShellService::collectedRunsNeverOverlap()
 void tst_ShellService::collectedRunWaitsForGrandchildHoldingThePipe()
 {
     Scratch scratch;
-    const auto result = QCoro::waitFor(scratch.shell.run(QStringLiteral("(sleep 0.3; echo late) & echo early")));
+    const auto result = QCoro::waitFor(scratch.shell.run(u"(sleep 0.3; echo late) & echo early"_s));
     QCOMPARE(result->exitCode, 0);
     QCOMPARE(result->output.utf8(), "early\nlate");
 }
 
 void tst_ShellService::streamedRun_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("text");
+    const auto row = columns<QString, int, QByteArray>("commandLine", "exitCode", "text");
 
-    QTest::newRow("as it is, both outputs")
-        << "echo 一; echo 二 >&2; sleep 0.05; printf 三" << 0 << QByteArray("一\n二\n三");
-    QTest::newRow("exit status") << "echo x; exit 2" << 2 << QByteArray("x\n");
-    QTest::newRow("character split between two writes")
-        << "printf '\\344\\270'; sleep 0.1; printf '\\255\\n'" << 0 << QByteArray("中\n");
-    QTest::newRow("lines that are not UTF-8 are dropped, the others kept")
-        << "printf 'before\\nbad \\377\\nafter\\n'" << 0 << QByteArray("before\nafter\n");
-    QTest::newRow("unfinished character at the end") << "printf 'end\\344\\270'" << 0 << QByteArray("end");
-    QTest::newRow("closed early") << "echo x; exec >&- 2>&-; sleep 0.1; exit 4" << 4 << QByteArray("x\n");
-    QTest::newRow("all that was written before the exit")
-        << "head -c 300000 /dev/zero | tr '\\0' x; exit 5" << 5 << QByteArray(300000, 'x');
+    row("as it is, both outputs", u"echo 一; echo 二 >&2; sleep 0.05; printf 三"_s, 0, "一\n二\n三");
+    row("exit status", u"echo x; exit 2"_s, 2, "x\n");
+    row("character split between two writes", u"printf '\\344\\270'; sleep 0.1; printf '\\255\\n'"_s, 0, "中\n");
+    row("lines that are not UTF-8 are dropped, the others kept", u"printf 'before\\nbad \\377\\nafter\\n'"_s, 0,
+        "before\nafter\n");
+    row("unfinished character at the end", u"printf 'end\\344\\270'"_s, 0, "end");
+    row("closed early", u"echo x; exec >&- 2>&-; sleep 0.1; exit 4"_s, 4, "x\n");
+    row("all that was written before the exit", u"head -c 300000 /dev/zero | tr '\\0' x; exit 5"_s, 5,
+        QByteArray(300000, 'x'));
 }
 
 void tst_ShellService::streamedRun()
@@ -227,8 +213,8 @@ void tst_ShellService::pieceArrivesWithinTenMilliseconds()
     Scratch scratch;
     QList<qint64> delays;
     // Many small writes first, so that the reader is in its slow rhythm; then time stamps.
-    const QString line = QStringLiteral("zmodload zsh/datetime zsh/zselect; for i in {1..40}; do zselect -t 1; "
-                                        "print -r - $EPOCHREALTIME; done");
+    const QString line = u"zmodload zsh/datetime zsh/zselect; for i in {1..40}; do zselect -t 1; "
+                         "print -r - $EPOCHREALTIME; done"_s;
     const auto exitCode = QCoro::waitFor(scratch.shell.runWithStreaming(line, [&delays](QUtf8StringView piece) {
         const double now = double(QDateTime::currentMSecsSinceEpoch());
         const QByteArray first = QByteArray(piece.data(), piece.size()).split('\n').first();
@@ -244,7 +230,7 @@ void tst_ShellService::manySmallWritesComeInFewPieces()
 {
     Scratch scratch;
     const Streamed streamed =
-        stream(scratch.shell, QStringLiteral("printf '第一行\\n第二行\\n'; for i in {1..20000}; do print $i; done"));
+        stream(scratch.shell, u"printf '第一行\\n第二行\\n'; for i in {1..20000}; do print $i; done"_s);
     QVERIFY(streamed.pieces.first().startsWith("第一行\n第二行\n"));
     QCOMPARE(streamed.text().count('\n'), 20002);
     QCOMPARE_LT(streamed.pieces.size(), 2000);
@@ -255,7 +241,7 @@ void tst_ShellService::streamedRunEndsAtExitDespiteBackgroundChild()
     Scratch scratch;
     QElapsedTimer timer;
     timer.start();
-    const Streamed streamed = stream(scratch.shell, QStringLiteral("sleep 30 & print $!"));
+    const Streamed streamed = stream(scratch.shell, u"sleep 30 & print $!"_s);
     QCOMPARE(streamed.exitCode, 0);
     QVERIFY(timer.elapsed() < 20'000);
     const qint64 background = streamed.text().trimmed().toLongLong();
@@ -264,13 +250,12 @@ void tst_ShellService::streamedRunEndsAtExitDespiteBackgroundChild()
 
 void tst_ShellService::terminatingReachesTheWholeTree_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::newRow("one after the other") << "sleep 4711 && true";
-    QTest::newRow("pipe and subshell") << "(sleep 4711 | cat) && true";
-    QTest::newRow("background and own process group") << "setopt monitor; sleep 4711 & (sleep 4711 &) ; sleep 4711";
-    QTest::newRow("node as npm starts it")
-        << "node -e 'require(\"child_process\").execFileSync(\"sleep\", [\"4711\"])'; true";
-    QTest::newRow("ignores the request") << "trap '' TERM; sh -c 'trap \"\" TERM; sleep 4711; sleep 4711'; true";
+    const auto row = columns<QString>("commandLine");
+    row("one after the other", u"sleep 4711 && true"_s);
+    row("pipe and subshell", u"(sleep 4711 | cat) && true"_s);
+    row("background and own process group", u"setopt monitor; sleep 4711 & (sleep 4711 &) ; sleep 4711"_s);
+    row("node as npm starts it", u"node -e 'require(\"child_process\").execFileSync(\"sleep\", [\"4711\"])'; true"_s);
+    row("ignores the request", u"trap '' TERM; sh -c 'trap \"\" TERM; sleep 4711; sleep 4711'; true"_s);
 }
 
 void tst_ShellService::terminatingReachesTheWholeTree()
@@ -280,32 +265,31 @@ void tst_ShellService::terminatingReachesTheWholeTree()
     auto run = scratch.shell.runWithStreaming(commandLine, [](QUtf8StringView) { });
     const auto process = scratch.shell.currentStreamingProcess;
     QVERIFY(process);
-    QTRY_VERIFY(isAlive(QStringLiteral("^sleep 4711")));
+    QTRY_VERIFY(isAlive(u"^sleep 4711"_s));
     process->terminate();
     const auto exitCode = QCoro::waitFor(std::move(run));
     QVERIFY(exitCode.value() != 0);
     QVERIFY(!scratch.shell.currentStreamingProcess);
-    QTRY_VERIFY(!isAlive(QStringLiteral("^sleep 4711")));
+    QTRY_VERIFY(!isAlive(u"^sleep 4711"_s));
 }
 
 void tst_ShellService::terminatingAFinishedRunSparesItsBackground()
 {
     Scratch scratch;
-    auto run =
-        scratch.shell.runWithStreaming(QStringLiteral("nohup sleep 4712 >/dev/null 2>&1 &"), [](QUtf8StringView) { });
+    auto run = scratch.shell.runWithStreaming(u"nohup sleep 4712 >/dev/null 2>&1 &"_s, [](QUtf8StringView) { });
     const auto process = scratch.shell.currentStreamingProcess;
     QCOMPARE(QCoro::waitFor(std::move(run)).value(), 0);
     process->terminate();
     QTest::qWait(100);
-    QVERIFY(isAlive(QStringLiteral("^sleep 4712")));
-    QProcess::execute(QStringLiteral("pkill"), {QStringLiteral("-f"), QStringLiteral("^sleep 4712")});
+    QVERIFY(isAlive(u"^sleep 4712"_s));
+    QProcess::execute(u"pkill"_s, {u"-f"_s, u"^sleep 4712"_s});
 }
 
 void tst_ShellService::endOfAnyStreamedRunClearsTheCurrentOne()
 {
     Scratch scratch;
-    auto first = scratch.shell.runWithStreaming(QStringLiteral("sleep 0.2"), [](QUtf8StringView) { });
-    auto second = scratch.shell.runWithStreaming(QStringLiteral("sleep 5"), [](QUtf8StringView) { });
+    auto first = scratch.shell.runWithStreaming(u"sleep 0.2"_s, [](QUtf8StringView) { });
+    auto second = scratch.shell.runWithStreaming(u"sleep 5"_s, [](QUtf8StringView) { });
     const auto last = scratch.shell.currentStreamingProcess;
     QVERIFY(last);
     QCOMPARE(QCoro::waitFor(std::move(first)).value(), 0);
@@ -317,41 +301,38 @@ void tst_ShellService::endOfAnyStreamedRunClearsTheCurrentOne()
 void tst_ShellService::killByPatternSparesItsOwnShell()
 {
     Scratch scratch;
-    const QString line = QStringLiteral("pkill -f 'vaelix-test-no-such-gateway'; echo \"status $?, still here\"");
+    const QString line = u"pkill -f 'vaelix-test-no-such-gateway'; echo \"status $?, still here\""_s;
     QCOMPARE(QCoro::waitFor(scratch.shell.run(line))->output.utf8(), "status 1, still here");
 }
 
 void tst_ShellService::windowStaysAliveWhileProfileSleeps()
 {
     Scratch scratch;
-    scratch.write(QStringLiteral(".zprofile"), "echo 'Welcome to this machine'\nsleep 1\n");
+    scratch.write(u".zprofile"_s, "echo 'Welcome to this machine'\nsleep 1\n");
     int turns = 0;
     QTimer ticks;
     connect(&ticks, &QTimer::timeout, this, [&turns] { ++turns; });
     ticks.start(10ms);
-    QCOMPARE(QCoro::waitFor(scratch.shell.run(QStringLiteral("echo done")))->output.utf8(),
-             "Welcome to this machine\ndone");
+    QCOMPARE(QCoro::waitFor(scratch.shell.run(u"echo done"_s))->output.utf8(), "Welcome to this machine\ndone");
     QCOMPARE_GE(turns, 50);
 }
 
 void tst_ShellService::programOutlivesTheReaderOfItsLog()
 {
     Scratch scratch;
-    scratch.write(QStringLiteral("program.sh"),
+    scratch.write(u"program.sh"_s,
                   "for i in 1 2 3 4 5 6; do echo line $i; sleep 0.1; done; echo survived > ~/survived\n");
     {
         auto run = scratch.shell.runWithStreaming(
-            QStringLiteral("nohup sh ~/program.sh > ~/log 2>&1 & tail --pid=$! -n +1 -F ~/log 2>/dev/null"),
+            u"nohup sh ~/program.sh > ~/log 2>&1 & tail --pid=$! -n +1 -F ~/log 2>/dev/null"_s,
             [](QUtf8StringView) { });
-        QTRY_VERIFY(scratch.read(QStringLiteral("log")).contains("line 2"));
+        QTRY_VERIFY(scratch.read(u"log"_s).contains("line 2"));
         // As when the window closes: the reading ends go away, the processes are left alone.
         const QString session = QString::number(scratch.shell.currentStreamingProcess->processIdentifier());
-        QProcess::execute(
-            QStringLiteral("pkill"),
-            {QStringLiteral("-KILL"), QStringLiteral("-x"), QStringLiteral("tail"), QStringLiteral("-s"), session});
+        QProcess::execute(u"pkill"_s, {u"-KILL"_s, u"-x"_s, u"tail"_s, u"-s"_s, session});
         QVERIFY(QCoro::waitFor(std::move(run)).value() != 0);
     }
-    QTRY_COMPARE(scratch.read(QStringLiteral("survived")), "survived\n");
+    QTRY_COMPARE(scratch.read(u"survived"_s), "survived\n");
 }
 
 QTEST_GUILESS_MAIN(tst_ShellService)

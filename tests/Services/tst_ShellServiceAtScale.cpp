@@ -2,6 +2,8 @@
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// One kind of difficult program and what a collected run of it must give.
@@ -13,16 +15,15 @@ struct Program {
 };
 
 const QList<Program> programs{
-    {QStringLiteral("(sleep 0.02; echo late) & echo early"), 0, "early\nlate", {}},
-    {QStringLiteral("exec >&- 2>&-; exit 9"), 9, {}, {}},
-    {QStringLiteral("kill -KILL $$"), 137, {}, {}},
-    {QStringLiteral("head -c 200000 /dev/zero | tr '\\0' a; exit 3"), 3, QByteArray(200000, 'a'), {}},
-    {QStringLiteral("true"), 0, {}, {}},
+    {u"(sleep 0.02; echo late) & echo early"_s, 0, "early\nlate", {}},
+    {u"exec >&- 2>&-; exit 9"_s, 9, {}, {}},
+    {u"kill -KILL $$"_s, 137, {}, {}},
+    {u"head -c 200000 /dev/zero | tr '\\0' a; exit 3"_s, 3, QByteArray(200000, 'a'), {}},
+    {u"true"_s, 0, {}, {}},
 };
 
-const Program flood{
-    QStringLiteral("(head -c 8388608 /dev/zero | tr '\\0' o) & head -c 8388608 /dev/zero | tr '\\0' e >&2; wait"), 0,
-    QByteArray(8388608, 'o'), QByteArray(8388608, 'e')};
+const Program flood{u"(head -c 8388608 /dev/zero | tr '\\0' o) & head -c 8388608 /dev/zero | tr '\\0' e >&2; wait"_s, 0,
+                    QByteArray(8388608, 'o'), QByteArray(8388608, 'e')};
 
 bool isAsExpected(const ShellResult &result, const Program &program)
 {
@@ -33,7 +34,7 @@ bool isAsExpected(const ShellResult &result, const Program &program)
 /// Resident memory of this process in bytes.
 qint64 residentMemory()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file(u"/proc/self/statm"_s);
     return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ')[1].toLongLong() * ::sysconf(_SC_PAGESIZE) : 0;
 }
 
@@ -51,7 +52,7 @@ private Q_SLOTS:
 void tst_ShellServiceAtScale::twoThousandMixedRuns()
 {
     Scratch scratch;
-    QVERIFY(QCoro::waitFor(scratch.shell.run(QStringLiteral("true"))));
+    QVERIFY(QCoro::waitFor(scratch.shell.run(u"true"_s)));
     const int descriptors = openDescriptors();
     int wrong = 0;
     for (int run = 0; run < 2000; ++run) {
@@ -78,8 +79,7 @@ void tst_ShellServiceAtScale::tenGigabytesLeaveMemoryFlat()
         else if (received % (64 * 1024 * 1024) < piece.size())
             mostMemory = std::max(mostMemory, residentMemory());
     };
-    const auto exitCode =
-        QCoro::waitFor(scratch.shell.runWithStreaming(QStringLiteral("head -c 10737418240 /dev/zero"), onOutput));
+    const auto exitCode = QCoro::waitFor(scratch.shell.runWithStreaming(u"head -c 10737418240 /dev/zero"_s, onOutput));
     QCOMPARE(exitCode.value(), 0);
     QCOMPARE(received, 10 * gigabyte);
     QVERIFY2(mostMemory - memoryAfterFirst < 4 * 1024 * 1024,

@@ -1,4 +1,7 @@
 #include "Support/Scratch.h"
+#include "Support/Table.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -50,11 +53,8 @@ private Q_SLOTS:
 
 void tst_SoftwareInstallService::operation_data()
 {
-    QTest::addColumn<Operation>("operation");
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QStringList>("statuses");
-    QTest::addColumn<QString>("error");
+    const auto row = columns<Operation, QString, QByteArray, QStringList, QString>("operation", "commandLine", "output",
+                                                                                   "statuses", "error");
 
     const Operation install = &SoftwareInstallService::install;
     const Operation upgrade = &SoftwareInstallService::upgrade;
@@ -62,24 +62,20 @@ void tst_SoftwareInstallService::operation_data()
     const auto statuses = [](const char *first, const char *second) {
         return QStringList{QString::fromLatin1(first), QString::fromLatin1(second)};
     };
-    QTest::newRow("install") << install << "echo a" << QByteArray(">>> 正在安装 A...\na\n\n✅ 安装完成\n")
-                             << statuses("installing", "installed") << QString();
-    QTest::newRow("install fails") << install << "exit 2"
-                                   << QByteArray(">>> 正在安装 A...\n\n❌ 安装失败 (exit code: 2)\n")
-                                   << statuses("installing", "error") << "安装失败，退出码: 2";
-    QTest::newRow("no install") << install << "" << QByteArray() << QStringList() << "未配置安装命令";
-    QTest::newRow("upgrade") << upgrade << "true" << QByteArray(">>> 正在升级 A...\n\n✅ 升级完成\n")
-                             << statuses("upgrading", "installed") << QString();
-    QTest::newRow("upgrade fails") << upgrade << "exit 1"
-                                   << QByteArray(">>> 正在升级 A...\n\n❌ 升级失败 (exit code: 1)\n")
-                                   << statuses("upgrading", "error") << "升级失败，退出码: 1";
-    QTest::newRow("no upgrade") << upgrade << "" << QByteArray() << QStringList() << "未配置升级命令";
-    QTest::newRow("uninstall") << uninstall << "true" << QByteArray(">>> 正在卸载 A...\n\n✅ 卸载完成\n")
-                               << statuses("uninstalling", "not_installed") << QString();
-    QTest::newRow("uninstall fails") << uninstall << "kill $$"
-                                     << QByteArray(">>> 正在卸载 A...\n\n❌ 卸载失败 (exit code: 143)\n")
-                                     << statuses("uninstalling", "error") << "卸载失败，退出码: 143";
-    QTest::newRow("no uninstall") << uninstall << "" << QByteArray() << QStringList() << "未配置卸载命令";
+    row("install", install, u"echo a"_s, ">>> 正在安装 A...\na\n\n✅ 安装完成\n", statuses("installing", "installed"),
+        {});
+    row("install fails", install, u"exit 2"_s, ">>> 正在安装 A...\n\n❌ 安装失败 (exit code: 2)\n",
+        statuses("installing", "error"), u"安装失败，退出码: 2"_s);
+    row("no install", install, u""_s, {}, {}, u"未配置安装命令"_s);
+    row("upgrade", upgrade, u"true"_s, ">>> 正在升级 A...\n\n✅ 升级完成\n", statuses("upgrading", "installed"), {});
+    row("upgrade fails", upgrade, u"exit 1"_s, ">>> 正在升级 A...\n\n❌ 升级失败 (exit code: 1)\n",
+        statuses("upgrading", "error"), u"升级失败，退出码: 1"_s);
+    row("no upgrade", upgrade, u""_s, {}, {}, u"未配置升级命令"_s);
+    row("uninstall", uninstall, u"true"_s, ">>> 正在卸载 A...\n\n✅ 卸载完成\n",
+        statuses("uninstalling", "not_installed"), {});
+    row("uninstall fails", uninstall, u"kill $$"_s, ">>> 正在卸载 A...\n\n❌ 卸载失败 (exit code: 143)\n",
+        statuses("uninstalling", "error"), u"卸载失败，退出码: 143"_s);
+    row("no uninstall", uninstall, u""_s, {}, {}, u"未配置卸载命令"_s);
 }
 
 void tst_SoftwareInstallService::operation()
@@ -87,11 +83,11 @@ void tst_SoftwareInstallService::operation()
     QFETCH(Operation, operation);
     QFETCH(QString, commandLine);
     Scratch scratch;
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
     entry.installCommand = entry.upgradeCommand = entry.uninstallCommand = commandLine;
     Recording recording;
-    recording.end(QCoro::waitFor((scratch.installer.*operation)(QStringLiteral("a"), {entry}, recording.onOutput(),
-                                                                recording.onStatusChange())));
+    recording.end(QCoro::waitFor(
+        (scratch.installer.*operation)(u"a"_s, {entry}, recording.onOutput(), recording.onStatusChange())));
     QTEST(recording.output, "output");
     QTEST(recording.statuses, "statuses");
     QTEST(recording.error, "error");
@@ -99,53 +95,52 @@ void tst_SoftwareInstallService::operation()
     // Software the catalog does not list is the same as one without a command line.
     Recording unlisted;
     unlisted.end(QCoro::waitFor(
-        (scratch.installer.*operation)(QStringLiteral("A"), {entry}, unlisted.onOutput(), unlisted.onStatusChange())));
-    QVERIFY(unlisted.error.startsWith(QStringLiteral("未配置")));
+        (scratch.installer.*operation)(u"A"_s, {entry}, unlisted.onOutput(), unlisted.onStatusChange())));
+    QVERIFY(unlisted.error.startsWith(u"未配置"_s));
 }
 
 void tst_SoftwareInstallService::dependency_data()
 {
-    QTest::addColumn<QString>("detectCommand");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("installed") << "echo /usr/bin/b" << QString();
-    QTest::newRow("prints nothing") << "true" << "缺少依赖: B，请先安装";
-    QTest::newRow("fails") << "echo b; exit 1" << "缺少依赖: B，请先安装";
-    QTest::newRow("cannot be detected") << "" << "缺少依赖: B，请先安装";
+    const auto row = columns<QString, QString>("detectCommand", "error");
+    row("installed", u"echo /usr/bin/b"_s, {});
+    row("prints nothing", u"true"_s, u"缺少依赖: B，请先安装"_s);
+    row("fails", u"echo b; exit 1"_s, u"缺少依赖: B，请先安装"_s);
+    row("cannot be detected", u""_s, u"缺少依赖: B，请先安装"_s);
 }
 
 void tst_SoftwareInstallService::dependency()
 {
     QFETCH(QString, detectCommand);
     Scratch scratch;
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
-    entry.installCommand = QStringLiteral("touch ~/installed");
-    entry.dependencies = {QStringLiteral("not in the catalog"), QStringLiteral("b"), QStringLiteral("c")};
-    SoftwareCatalogEntry needed = testEntry(QStringLiteral("b"));
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.installCommand = u"touch ~/installed"_s;
+    entry.dependencies = {u"not in the catalog"_s, u"b"_s, u"c"_s};
+    SoftwareCatalogEntry needed = testEntry(u"b"_s);
     needed.detectCommand = detectCommand;
-    SoftwareCatalogEntry after = testEntry(QStringLiteral("c"));
-    after.detectCommand = QStringLiteral("touch ~/asked; echo c");
+    SoftwareCatalogEntry after = testEntry(u"c"_s);
+    after.detectCommand = u"touch ~/asked; echo c"_s;
     Recording recording;
     recording.end(QCoro::waitFor(
         scratch.installer.install(entry.id, {entry, needed, after}, recording.onOutput(), recording.onStatusChange())));
     QTEST(recording.error, "error");
     const bool goesOn = recording.error.isEmpty();
-    QCOMPARE(QFile::exists(scratch.path(QStringLiteral("installed"))), goesOn);
-    QCOMPARE(QFile::exists(scratch.path(QStringLiteral("asked"))), goesOn);
+    QCOMPARE(QFile::exists(scratch.path(u"installed"_s)), goesOn);
+    QCOMPARE(QFile::exists(scratch.path(u"asked"_s)), goesOn);
     QCOMPARE(recording.statuses.isEmpty() && recording.output.isEmpty(), !goesOn);
 }
 
 void tst_SoftwareInstallService::shellThatCannotBeStartedLeavesTheStatusReported()
 {
     Scratch scratch;
-    ShellService shell(scratch.home.path(), {}, QStringLiteral("/nonexistent/zsh"));
+    ShellService shell(scratch.home.path(), {}, u"/nonexistent/zsh"_s);
     SoftwareInstallService installer(shell, scratch.detection);
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
-    entry.installCommand = entry.stopCommand = QStringLiteral("true");
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.installCommand = entry.stopCommand = u"true"_s;
     Recording recording;
     recording.end(
         QCoro::waitFor(installer.install(entry.id, {entry}, recording.onOutput(), recording.onStatusChange())));
-    QCOMPARE(recording.error, QStringLiteral("无法启动 /nonexistent/zsh：找不到该程序，请先安装 zsh"));
-    QCOMPARE(recording.statuses, QStringList{QStringLiteral("installing")});
+    QCOMPARE(recording.error, u"无法启动 /nonexistent/zsh：找不到该程序，请先安装 zsh"_s);
+    QCOMPARE(recording.statuses, QStringList{u"installing"_s});
     QCOMPARE(recording.output, ">>> 正在安装 A...\n");
 
     recording.end(QCoro::waitFor(installer.stop(entry.id, {entry}, recording.onOutput())));
@@ -155,12 +150,12 @@ void tst_SoftwareInstallService::shellThatCannotBeStartedLeavesTheStatusReported
 void tst_SoftwareInstallService::startReturnsWhileTheProgramRuns()
 {
     Scratch scratch;
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
     Recording recording;
     recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput()));
-    QCOMPARE(recording.error, QStringLiteral("未配置启动命令"));
+    QCOMPARE(recording.error, u"未配置启动命令"_s);
 
-    entry.startCommand = QStringLiteral("sleep 0.1; echo later; exit 1");
+    entry.startCommand = u"sleep 0.1; echo later; exit 1"_s;
     recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput()));
     QVERIFY(!recording.failed);
     QCOMPARE(recording.output, ">>> 正在启动 A...\n");
@@ -169,22 +164,18 @@ void tst_SoftwareInstallService::startReturnsWhileTheProgramRuns()
 
 void tst_SoftwareInstallService::stop_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("stopped") << "echo not shown" << QByteArray(">>> 正在停止 A...\n✅ 已停止\n") << QString();
-    QTest::newRow("nothing to stop") << "pkill -f vaelix-test-no-such-program"
-                                     << QByteArray(">>> 正在停止 A...\n⚠️ 停止命令执行完毕: \n") << QString();
-    QTest::newRow("complains") << "echo ' why ' >&2; exit 4"
-                               << QByteArray(">>> 正在停止 A...\n⚠️ 停止命令执行完毕: why\n") << QString();
-    QTest::newRow("no command") << "" << QByteArray() << "未配置停止命令";
+    const auto row = columns<QString, QByteArray, QString>("commandLine", "output", "error");
+    row("stopped", u"echo not shown"_s, ">>> 正在停止 A...\n✅ 已停止\n", {});
+    row("nothing to stop", u"pkill -f vaelix-test-no-such-program"_s, ">>> 正在停止 A...\n⚠️ 停止命令执行完毕: \n", {});
+    row("complains", u"echo ' why ' >&2; exit 4"_s, ">>> 正在停止 A...\n⚠️ 停止命令执行完毕: why\n", {});
+    row("no command", u""_s, {}, u"未配置停止命令"_s);
 }
 
 void tst_SoftwareInstallService::stop()
 {
     QFETCH(QString, commandLine);
     Scratch scratch;
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
     entry.stopCommand = commandLine;
     Recording recording;
     recording.end(QCoro::waitFor(scratch.installer.stop(entry.id, {entry}, recording.onOutput())));
@@ -195,24 +186,23 @@ void tst_SoftwareInstallService::stop()
 void tst_SoftwareInstallService::detection()
 {
     Scratch scratch;
-    SoftwareCatalogEntry found = testEntry(QStringLiteral("found"));
-    found.detectCommand = QStringLiteral("which zsh");
-    SoftwareCatalogEntry silent = testEntry(QStringLiteral("silent"));
-    silent.detectCommand = QStringLiteral("true");
-    SoftwareCatalogEntry again = testEntry(QStringLiteral("found"));
+    SoftwareCatalogEntry found = testEntry(u"found"_s);
+    found.detectCommand = u"which zsh"_s;
+    SoftwareCatalogEntry silent = testEntry(u"silent"_s);
+    silent.detectCommand = u"true"_s;
+    SoftwareCatalogEntry again = testEntry(u"found"_s);
     const auto isInstalled = QCoro::waitFor(scratch.detection.detectAll({found, silent}));
-    QCOMPARE(isInstalled, (QHash<QString, bool>{{QStringLiteral("found"), true}, {QStringLiteral("silent"), false}}));
-    QVERIFY(!QCoro::waitFor(scratch.detection.detectAll({found, again}))[QStringLiteral("found")]);
+    QCOMPARE(isInstalled, (QHash<QString, bool>{{u"found"_s, true}, {u"silent"_s, false}}));
+    QVERIFY(!QCoro::waitFor(scratch.detection.detectAll({found, again}))[u"found"_s]);
 
-    scratch.write(QStringLiteral("bin/crewai"), "#!/bin/sh\nsleep 20\n");
-    auto program =
-        scratch.shell.runWithStreaming(QStringLiteral("chmod +x ~/bin/crewai; ~/bin/crewai"), [](QUtf8StringView) { });
-    const QStringList ids{QStringLiteral("crewai"), QStringLiteral("unknown")};
+    scratch.write(u"bin/crewai"_s, "#!/bin/sh\nsleep 20\n");
+    auto program = scratch.shell.runWithStreaming(u"chmod +x ~/bin/crewai; ~/bin/crewai"_s, [](QUtf8StringView) { });
+    const QStringList ids{u"crewai"_s, u"unknown"_s};
     QTRY_COMPARE(QCoro::waitFor(scratch.monitor.checkAllStatus(ids)),
-                 (QHash<QString, bool>{{QStringLiteral("crewai"), true}, {QStringLiteral("unknown"), false}}));
+                 (QHash<QString, bool>{{u"crewai"_s, true}, {u"unknown"_s, false}}));
     scratch.shell.currentStreamingProcess->terminate();
     QVERIFY(QCoro::waitFor(std::move(program)).value() != 0);
-    QVERIFY(!QCoro::waitFor(scratch.monitor.checkAllStatus(ids))[QStringLiteral("crewai")]);
+    QVERIFY(!QCoro::waitFor(scratch.monitor.checkAllStatus(ids))[u"crewai"_s]);
     QVERIFY(QCoro::waitFor(scratch.monitor.checkAllStatus({})).isEmpty());
 }
 

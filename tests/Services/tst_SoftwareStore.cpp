@@ -1,11 +1,14 @@
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString key = QStringLiteral("ai_software_status_v1");
+const QString key = u"ai_software_status_v1"_s;
 const QByteArray goodRecord = R"({"status":"installed","version":"1","tokenConsumedToday":0})";
 
 } // namespace
@@ -26,32 +29,31 @@ void tst_SoftwareStore::savedRecordComesBack()
 {
     Scratch scratch;
     QVERIFY(scratch.store.loadAll().isEmpty());
-    AISoftware software(QStringLiteral("a"));
+    AISoftware software(u"a"_s);
     software.setStatus(SoftwareStatus::Installing);
-    software.setVersion(QStringLiteral("1.2.0"));
+    software.setVersion(u"1.2.0"_s);
     software.tokenConsumedToday = 9'000'000'000;
     scratch.store.save(software);
-    QCOMPARE(scratch.store.loadAll()[QStringLiteral("a")],
-             (StatusRecord{SoftwareStatus::Installing, QStringLiteral("1.2.0"), {}, {}, 9'000'000'000}));
+    QCOMPARE(scratch.store.loadAll()[u"a"_s],
+             (StatusRecord{SoftwareStatus::Installing, u"1.2.0"_s, {}, {}, 9'000'000'000}));
 
     const QDateTime now = QDateTime::currentDateTime();
     software.setStatus(SoftwareStatus::NotInstalled);
     software.setInstalledAt(now);
     software.lastUsedAt = now.addDays(-1);
     scratch.store.save(software);
-    scratch.store.save(AISoftware(QStringLiteral("b")));
+    scratch.store.save(AISoftware(u"b"_s));
     SoftwareStore nextRun(scratch.defaults);
     QCOMPARE(nextRun.loadAll().size(), 2);
-    QCOMPARE(
-        nextRun.loadAll()[QStringLiteral("a")],
-        (StatusRecord{SoftwareStatus::NotInstalled, QStringLiteral("1.2.0"), now, now.addDays(-1), 9'000'000'000}));
+    QCOMPARE(nextRun.loadAll()[u"a"_s],
+             (StatusRecord{SoftwareStatus::NotInstalled, u"1.2.0"_s, now, now.addDays(-1), 9'000'000'000}));
 }
 
 void tst_SoftwareStore::writtenForm()
 {
     Scratch scratch;
-    AISoftware software(QStringLiteral("a"));
-    software.setInstalledAt(QDateTime::fromString(QStringLiteral("2001-01-01T00:00:01.500Z"), Qt::ISODateWithMs));
+    AISoftware software(u"a"_s);
+    software.setInstalledAt(QDateTime::fromString(u"2001-01-01T00:00:01.500Z"_s, Qt::ISODateWithMs));
     scratch.store.save(software);
     QCOMPARE(scratch.defaults.data(key).value(),
              R"({"a":{"installedAt":1.5,"status":"not_installed","tokenConsumedToday":0,"version":""}})");
@@ -59,19 +61,19 @@ void tst_SoftwareStore::writtenForm()
 
 void tst_SoftwareStore::tableThatDoesNotDecodeIsEmpty_data()
 {
-    QTest::addColumn<QByteArray>("table");
+    const auto row = columns<QByteArray>("table");
     const auto with = [](const char *from, const char *to) {
         return R"({"good":)" + goodRecord + R"(,"bad":)" + QByteArray(goodRecord).replace(from, to) + '}';
     };
-    QTest::newRow("not JSON") << QByteArray("{");
-    QTest::newRow("array") << QByteArray("[]");
-    QTest::newRow("case name for raw value") << with("installed", "notInstalled");
-    QTest::newRow("no version") << with(R"("version":"1",)", "");
-    QTest::newRow("version is a number") << with("\"1\"", "1");
-    QTest::newRow("tokens are text") << with(":0", ":\"0\"");
-    QTest::newRow("tokens are fractional") << with(":0", ":1.5");
-    QTest::newRow("tokens are a boolean") << with(":0", ":true");
-    QTest::newRow("date is text") << with("{", R"({"installedAt":"2026-01-01",)");
+    row("not JSON", "{");
+    row("array", "[]");
+    row("case name for raw value", with("installed", "notInstalled"));
+    row("no version", with(R"("version":"1",)", ""));
+    row("version is a number", with("\"1\"", "1"));
+    row("tokens are text", with(":0", ":\"0\""));
+    row("tokens are fractional", with(":0", ":1.5"));
+    row("tokens are a boolean", with(":0", ":true"));
+    row("date is text", with("{", R"({"installedAt":"2026-01-01",)"));
 }
 
 void tst_SoftwareStore::tableThatDoesNotDecodeIsEmpty()
@@ -84,37 +86,36 @@ void tst_SoftwareStore::tableThatDoesNotDecodeIsEmpty()
     QVERIFY(scratch.store.loadAll().isEmpty());
     QCOMPARE(scratch.defaults.data(key), table);
 
-    scratch.store.save(AISoftware(QStringLiteral("new")));
-    QCOMPARE(scratch.store.loadAll().keys(), QStringList{QStringLiteral("new")});
+    scratch.store.save(AISoftware(u"new"_s));
+    QCOMPARE(scratch.store.loadAll().keys(), QStringList{u"new"_s});
 }
 
 void tst_SoftwareStore::mergeKeepsObjectsAndTheirState()
 {
     Scratch scratch;
-    SoftwareCatalog::Entries catalog{testEntry(QStringLiteral("a")), testEntry(QStringLiteral("b")),
-                                     testEntry(QStringLiteral("c"))};
-    catalog[1].version = QStringLiteral("2.0");
-    catalog[1].upgradeCommand = QStringLiteral("upgrade b");
+    SoftwareCatalog::Entries catalog{testEntry(u"a"_s), testEntry(u"b"_s), testEntry(u"c"_s)};
+    catalog[1].version = u"2.0"_s;
+    catalog[1].upgradeCommand = u"upgrade b"_s;
     scratch.defaults.setData(key, R"({"b":)" + goodRecord + '}');
     scratch.store.merge(catalog);
-    AISoftware *const b = scratch.store.software(QStringLiteral("b"));
+    AISoftware *const b = scratch.store.software(u"b"_s);
     QCOMPARE(b->status(), SoftwareStatus::Installed);
-    QCOMPARE(b->version(), QStringLiteral("1"));
+    QCOMPARE(b->version(), u"1"_s);
     QVERIFY(b->latestVersion.isEmpty() && b->upgradeCommand.isEmpty());
 
     b->setStatus(SoftwareStatus::Running);
     catalog.removeFirst();
-    catalog.append(testEntry(QStringLiteral("a")));
-    catalog[0].name = QStringLiteral("新名字");
-    const QPointer<AISoftware> former = scratch.store.software(QStringLiteral("a"));
+    catalog.append(testEntry(u"a"_s));
+    catalog[0].name = u"新名字"_s;
+    const QPointer<AISoftware> former = scratch.store.software(u"a"_s);
     catalog.removeLast();
     scratch.store.merge(catalog);
     QCOMPARE(scratch.store.softwareList().first(), b);
     QCOMPARE(scratch.store.softwareList().size(), 2);
-    QCOMPARE(b->name, QStringLiteral("新名字"));
+    QCOMPARE(b->name, u"新名字"_s);
     QCOMPARE(b->status(), SoftwareStatus::Running);
-    QCOMPARE(b->latestVersion, QStringLiteral("2.0"));
-    QCOMPARE(b->upgradeCommand, QStringLiteral("upgrade b"));
+    QCOMPARE(b->latestVersion, u"2.0"_s);
+    QCOMPARE(b->upgradeCommand, u"upgrade b"_s);
     QTRY_VERIFY(!former);
 }
 

@@ -1,30 +1,11 @@
-#include "DevServer.h"
-#include "Services/TokenAPIService.h"
-#include "Support/Scratch.h"
+#include "Support/Served.h"
+#include "Support/Table.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString root = u"/api/v1"_s;
-
-struct Fixture {
-    devserver::DevServer server{devserver::ServerState{}};
-    Scratch scratch{server.start(0).value()};
-    TokenAPIService service{scratch.api};
-
-    void answer(const QByteArray &method, const QString &path, const QByteArray &body, int status = 200)
-    {
-        server.faults().set(method, root + path, {.status = status, .body = body});
-    }
-};
-
-QByteArray envelope(const QByteArray &data, int code = 0)
-{
-    return QByteArray(R"({"code":%1,"message":"消息","data":%2})")
-        .replace("%1", QByteArray::number(code))
-        .replace("%2", data);
-}
 
 /// The description of a failure; empty for a success.
 template<typename T> QString describe(const std::expected<T, APIError> &result)
@@ -74,19 +55,19 @@ private Q_SLOTS:
 
 void tst_TokenAPIService::operation_data()
 {
-    QTest::addColumn<int>("index");
+    const auto row = columns<int>("index");
     for (qsizetype index = 0; index < operations.size(); ++index)
-        QTest::newRow(operations[index].name) << int(index);
+        row(operations[index].name, int(index));
 }
 
 void tst_TokenAPIService::operation()
 {
     QFETCH(int, index);
     const Operation &operation = operations[index];
-    Fixture fixture;
+    Served fixture;
     const auto outcome = [&](const QByteArray &body, int status = 200) {
-        fixture.answer(operation.method, operation.path, body, status);
-        return operation.run(fixture.service);
+        fixture.answer(operation.path, body, status, operation.method);
+        return operation.run(fixture.tokenAPI);
     };
     QCOMPARE(outcome(envelope(operation.data)), QString());
     QCOMPARE(outcome(envelope(operation.data, 1001)), QString());
@@ -106,25 +87,26 @@ void tst_TokenAPIService::operation()
 
 void tst_TokenAPIService::answersAsRecords()
 {
-    Fixture fixture;
-    fixture.answer("GET", u"/token/balance"_s, envelope(R"({"totalBalance":1,"usedToday":2,"usedThisMonth":3})"));
-    QCOMPARE(QCoro::waitFor(fixture.service.getBalance()).value(), (BalanceResponse{1, 2, 3}));
+    Served fixture;
+    fixture.answer(u"/token/balance"_s, envelope(R"({"totalBalance":1,"usedToday":2,"usedThisMonth":3})"));
+    QCOMPARE(QCoro::waitFor(fixture.tokenAPI.getBalance()).value(), (BalanceResponse{1, 2, 3}));
 
-    fixture.answer("GET", u"/token/packages"_s, envelope(R"([{"id":"a","name":"A","tokenCount":5,"price":0.1,
+    fixture.answer(u"/token/packages"_s, envelope(R"([{"id":"a","name":"A","tokenCount":5,"price":0.1,
         "currency":"CNY","isPopular":true,"packageDescription":"甲"}])"));
-    QCOMPARE(QCoro::waitFor(fixture.service.getPackages()).value(),
+    QCOMPARE(QCoro::waitFor(fixture.tokenAPI.getPackages()).value(),
              (QList<TokenPackage>{{u"a"_s, u"A"_s, 5, 0.1, u"CNY"_s, {}, true, u"甲"_s}}));
 
-    fixture.answer("POST", u"/token/recharge"_s, envelope(R"({"orderNo":"N","qrUrl":"weixin://x","amountYuan":39.9})"));
-    QCOMPARE(QCoro::waitFor(fixture.service.createRecharge(u"a"_s)).value(),
+    fixture.answer(u"/token/recharge"_s, envelope(R"({"orderNo":"N","qrUrl":"weixin://x","amountYuan":39.9})"), 200,
+                   "POST");
+    QCOMPARE(QCoro::waitFor(fixture.tokenAPI.createRecharge(u"a"_s)).value(),
              (RechargeResponse{u"N"_s, u"weixin://x"_s, 39.9}));
 
-    fixture.answer("GET", u"/token/recharge/N/status"_s, envelope(R"({"status":"paid","newBalance":9})"));
-    QCOMPARE(QCoro::waitFor(fixture.service.checkRechargeStatus(u"N"_s)).value(),
+    fixture.answer(u"/token/recharge/N/status"_s, envelope(R"({"status":"paid","newBalance":9})"));
+    QCOMPARE(QCoro::waitFor(fixture.tokenAPI.checkRechargeStatus(u"N"_s)).value(),
              (RechargeStatusResponse{u"paid"_s, 9}));
 
-    fixture.answer("GET", u"/token/usage/weekly"_s, envelope(R"([{"date":"2025-01-02","tokens":4}])"));
-    QCOMPARE(QCoro::waitFor(fixture.service.getWeeklyUsage()).value(), (QList<WeeklyUsageItem>{{u"2025-01-02"_s, 4}}));
+    fixture.answer(u"/token/usage/weekly"_s, envelope(R"([{"date":"2025-01-02","tokens":4}])"));
+    QCOMPARE(QCoro::waitFor(fixture.tokenAPI.getWeeklyUsage()).value(), (QList<WeeklyUsageItem>{{u"2025-01-02"_s, 4}}));
 }
 
 void tst_TokenAPIService::longHistory()
@@ -139,50 +121,48 @@ void tst_TokenAPIService::longHistory()
     const auto page = [](const QByteArrayList &rows) {
         return envelope(R"({"transactions":[)" + rows.join(',') + R"(],"total":10000,"page":1,"pageSize":10000})");
     };
-    Fixture fixture;
-    fixture.answer("GET", u"/token/transactions"_s, page(rows));
-    const auto transactions = QCoro::waitFor(fixture.service.getTransactions());
+    Served fixture;
+    fixture.answer(u"/token/transactions"_s, page(rows));
+    const auto transactions = QCoro::waitFor(fixture.tokenAPI.getTransactions());
     QVERIFY2(transactions, qUtf8Printable(describe(transactions)));
     QCOMPARE(transactions->size(), count);
     QCOMPARE(transactions->last(),
              (TransactionResponse{u"9999"_s, u"consume"_s, 9999, 0, {}, u"甲"_s, u"对话"_s, u"2025-01-02 03:04:05"_s}));
 
     rows.last().replace("\"balance\":0", "\"balance\":0.5");
-    fixture.answer("GET", u"/token/transactions"_s, page(rows));
-    QCOMPARE(describe(QCoro::waitFor(fixture.service.getTransactions())),
+    fixture.answer(u"/token/transactions"_s, page(rows));
+    QCOMPARE(describe(QCoro::waitFor(fixture.tokenAPI.getTransactions())),
              u"数据解析错误: 字段 “data” 字段 “transactions” 第 10000 项：字段 “balance” 应为整数"_s);
 }
 
 void tst_TokenAPIService::orderNumberStandsInThePathAsItIs()
 {
-    Fixture fixture;
-    fixture.answer("GET", u"/token/recharge/a/status"_s, envelope(R"({"status":"x"})"));
-    const auto status = QCoro::waitFor(fixture.service.checkRechargeStatus(u"%61"_s)); // an encoded "a" already
+    Served fixture;
+    fixture.answer(u"/token/recharge/a/status"_s, envelope(R"({"status":"x"})"));
+    const auto status = QCoro::waitFor(fixture.tokenAPI.checkRechargeStatus(u"%61"_s)); // an encoded "a" already
     QVERIFY2(status, qUtf8Printable(describe(status)));
-    QCOMPARE(describe(QCoro::waitFor(fixture.service.checkRechargeStatus(u"%zz"_s))), u"无效的 URL"_s);
+    QCOMPARE(describe(QCoro::waitFor(fixture.tokenAPI.checkRechargeStatus(u"%zz"_s))), u"无效的 URL"_s);
 }
 
 void tst_TokenAPIService::changePassword_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("outcome");
-    QTest::newRow("done") << 200 << envelope("null") << QString();
-    QTest::newRow("done, with data") << 200 << envelope("\"ok\"") << QString();
-    QTest::newRow("refused") << 200 << envelope("null", 1001) << u"HTTP 1001: 消息"_s;
-    QTest::newRow("refused, with data") << 200 << envelope("\"x\"", -1) << u"HTTP -1: 消息"_s;
-    QTest::newRow("refused by status") << 403 << QByteArray("no") << u"HTTP 403: no"_s;
-    QTest::newRow("signed out") << 401 << envelope("null") << u"认证过期，请重新登录"_s;
-    QTest::newRow("data is no text") << 200 << envelope("{}") << u"数据解析错误: 字段 “data” 应为文本"_s;
+    const auto row = columns<int, QByteArray, QString>("status", "body", "outcome");
+    row("done", 200, envelope("null"), {});
+    row("done, with data", 200, envelope("\"ok\""), {});
+    row("refused", 200, envelope("null", 1001), u"HTTP 1001: 消息"_s);
+    row("refused, with data", 200, envelope("\"x\"", -1), u"HTTP -1: 消息"_s);
+    row("refused by status", 403, "no", u"HTTP 403: no"_s);
+    row("signed out", 401, envelope("null"), u"认证过期，请重新登录"_s);
+    row("data is no text", 200, envelope("{}"), u"数据解析错误: 字段 “data” 应为文本"_s);
 }
 
 void tst_TokenAPIService::changePassword()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, body);
-    Fixture fixture;
-    fixture.answer("POST", u"/user/change-password"_s, body, status);
-    QTEST(describe(QCoro::waitFor(fixture.service.changePassword(u"旧密码"_s, u"新\"密码"_s))), "outcome");
+    Served fixture;
+    fixture.answer(u"/user/change-password"_s, body, status, "POST");
+    QTEST(describe(QCoro::waitFor(fixture.tokenAPI.changePassword(u"旧密码"_s, u"新\"密码"_s))), "outcome");
     QCOMPARE(fixture.server.requests().last().body, R"({"oldPassword":"旧密码","newPassword":"新\"密码"})");
 }
 

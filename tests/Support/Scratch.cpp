@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -50,6 +51,12 @@ void Scratch::write(const QString &relativePath, const QByteArray &content) cons
     QCOMPARE(file.write(content), content.size());
 }
 
+void Scratch::writeProgram(const QString &relativePath, const QByteArray &script) const
+{
+    write(relativePath, script);
+    QVERIFY(QFile::setPermissions(path(relativePath), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
 QByteArray Scratch::read(const QString &relativePath) const
 {
     QFile file(path(relativePath));
@@ -94,4 +101,13 @@ int zombies()
         count += stat.str().find(") Z ") != std::string::npos;
     }
     return count;
+}
+
+qint64 endedProcess()
+{
+    QProcess process;
+    process.start(QStringLiteral("/bin/true"), {});
+    const qint64 identifier = process.processId();
+    process.waitForFinished();
+    return identifier;
 }

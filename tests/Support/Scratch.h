@@ -30,6 +30,8 @@ public:
     QString path(const QString &relativePath) const { return home.filePath(relativePath); }
     /// Writes a file in the scratch home, its folders included.
     void write(const QString &relativePath, const QByteArray &content) const;
+    /// The same for a script that may be run.
+    void writeProgram(const QString &relativePath, const QByteArray &script) const;
     /// The file's content; empty when it cannot be read.
     QByteArray read(const QString &relativePath) const;
     /// Makes `entries` the catalog among the application's resources.
@@ -63,3 +65,5 @@ SoftwareCatalogEntry testEntry(const QString &id);
 int openDescriptors();
 /// Children of this process that have ended and were not reaped.
 int zombies();
+/// The number of a process that has ended, and that no other has yet.
+qint64 endedProcess();

@@ -1,6 +1,7 @@
 // What the software screens can do with the agents beyond installing and running them.
 
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -23,9 +24,7 @@ struct Agents {
                       "sleep() { }\n"
                       "hermes() { print -r - hermes $* \"<$QUENDA_API_KEY>\"; "
                       "[[ ! -e ~/fails ]] || return 4 }\n");
-        const QString agent = u".openclaw/bin/openclaw"_s;
-        scratch.write(agent, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n");
-        QFile::setPermissions(scratch.path(agent), QFile::ReadOwner | QFile::ExeOwner);
+        scratch.writeProgram(u".openclaw/bin/openclaw"_s, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n");
         QDir().mkpath(scratch.path(u".openclaw/logs"_s));
         scratch.setCatalog({testEntry(u"openclaw"_s), testEntry(u"hermes"_s)});
         QCoro::waitFor(viewModel.loadData());
@@ -45,43 +44,15 @@ class tst_AgentActions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void connectionsAreReadFromTheFiles();
     void uninstallForgetsConnections();
     void disableApprovalsOfOpenClaw();
-    void disableApprovalsOfHermes_data();
     void disableApprovalsOfHermes();
     void failedWritesAreTold();
-    void hermesGateway_data();
     void hermesGateway();
     void hermesChat();
     void portText_data();
     void portText();
-    void savingTheConfiguration();
 };
-
-void tst_AgentActions::connectionsAreReadFromTheFiles()
-{
-    Agents agents;
-    SoftwareListViewModel &viewModel = agents.viewModel;
-    viewModel.checkQQBotConnection();
-    viewModel.checkWeChatConnection();
-    viewModel.checkApprovalsStatus();
-    viewModel.checkHermesConnections();
-    QVERIFY(!viewModel.isQQBotConnected() && !viewModel.isWeChatConnected() && !viewModel.isApprovalsDisabled());
-
-    agents.scratch.write(u".openclaw/qqbot/state"_s, {});
-    agents.scratch.write(hermesFile, "gateway: [discord, wecom]\napprovals:\n  mode: 'off'\n");
-    QVERIFY(!viewModel.isQQBotConnected());
-    QSignalSpy changed(&viewModel, &SoftwareListViewModel::agentStateChanged);
-    viewModel.checkQQBotConnection();
-    viewModel.checkWeChatConnection();
-    viewModel.checkApprovalsStatus();
-    viewModel.checkHermesConnections();
-    QCOMPARE(changed.count(), 4);
-    QVERIFY(viewModel.isQQBotConnected() && viewModel.isWeChatConnected() && viewModel.isApprovalsDisabled());
-    QVERIFY(!viewModel.isHermesTelegramConnected() && viewModel.isHermesDiscordConnected()
-            && viewModel.isHermesWeChatConnected());
-}
 
 void tst_AgentActions::uninstallForgetsConnections()
 {
@@ -91,7 +62,11 @@ void tst_AgentActions::uninstallForgetsConnections()
     agents.scratch.write(hermesFile, "telegram discord weixin");
     viewModel.checkQQBotConnection();
     viewModel.checkWeChatConnection();
+    QSignalSpy changed(&viewModel, &SoftwareListViewModel::agentStateChanged);
     viewModel.checkHermesConnections();
+    QCOMPARE(changed.count(), 1);
+    QVERIFY(viewModel.isQQBotConnected() && viewModel.isWeChatConnected() && viewModel.isHermesTelegramConnected()
+            && viewModel.isHermesDiscordConnected() && viewModel.isHermesWeChatConnected());
     QCoro::waitFor(viewModel.uninstall(viewModel.software(u"openclaw"_s)));
     QVERIFY(!viewModel.isQQBotConnected() && !viewModel.isWeChatConnected());
     QVERIFY(viewModel.isHermesTelegramConnected());
@@ -111,29 +86,19 @@ void tst_AgentActions::disableApprovalsOfOpenClaw()
     QTRY_COMPARE(agents.scratch.read(u"calls"_s), "kill 4711\ngateway\n");
 }
 
-void tst_AgentActions::disableApprovalsOfHermes_data()
-{
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::newRow("mode set") << QByteArray("approvals:\n  mode: \"smart\"\n")
-                              << QByteArray("approvals:\n  mode: \"off\"\n");
-    QTest::newRow("no mode") << QByteArray(
-        "model: x") << QByteArray("model: x\n# 关闭工具调用询问（等同 --yolo）\napprovals:\n  mode: \"off\"\n");
-    QTest::newRow("no file") << QByteArray() << QByteArray();
-}
-
 void tst_AgentActions::disableApprovalsOfHermes()
 {
-    QFETCH(QByteArray, before);
-    Agents agents;
-    agents.select(u"hermes"_s);
-    if (!before.isEmpty())
-        agents.scratch.write(hermesFile, before);
-    QCoro::waitFor(agents.viewModel.disableApprovals());
-    QTEST(agents.scratch.read(hermesFile), "after");
-    QVERIFY(agents.viewModel.isApprovalsDisabled());
-    QVERIFY(!QFile::exists(agents.scratch.path(approvalsFile)));
-    QVERIFY(!QFile::exists(agents.scratch.path(u"calls"_s)));
+    for (const bool hasFile : {true, false}) {
+        Agents agents;
+        agents.select(u"hermes"_s);
+        if (hasFile)
+            agents.scratch.write(hermesFile, "approvals:\n  mode: \"smart\"\n");
+        QCoro::waitFor(agents.viewModel.disableApprovals());
+        QCOMPARE(agents.scratch.read(hermesFile), hasFile ? "approvals:\n  mode: \"off\"\n" : "");
+        QVERIFY(agents.viewModel.isApprovalsDisabled());
+        QVERIFY(!QFile::exists(agents.scratch.path(approvalsFile)));
+        QVERIFY(!QFile::exists(agents.scratch.path(u"calls"_s)));
+    }
 }
 
 void tst_AgentActions::failedWritesAreTold()
@@ -158,31 +123,25 @@ void tst_AgentActions::failedWritesAreTold()
              u"无法写入 %1：该位置是一个文件夹"_s.arg(agents.scratch.path(u".openclaw/config.json"_s)));
 }
 
-void tst_AgentActions::hermesGateway_data()
-{
-    QTest::addColumn<bool>("fails");
-    QTest::addColumn<QString>("output");
-    QTest::newRow("done") << false << u">>> 配置 Hermes 网关平台...\nhermes gateway setup <k-1>\n\n✅ 网关配置完成\n"_s;
-    QTest::newRow("failed")
-        << true << u">>> 配置 Hermes 网关平台...\nhermes gateway setup <k-1>\n\n❌ 配置失败 (exit code: 4)\n"_s;
-}
-
 void tst_AgentActions::hermesGateway()
 {
-    QFETCH(bool, fails);
-    Agents agents;
-    agents.scratch.keychain.save(u"user_api_key"_s, u"k-1"_s);
-    agents.scratch.write(hermesFile, "telegram");
-    if (fails)
-        agents.scratch.write(u"fails"_s, {});
-    auto running = agents.viewModel.setupHermesGateway();
-    QVERIFY(agents.viewModel.isOperating());
-    QCoro::waitFor(std::move(running));
-    QVERIFY(!agents.viewModel.isOperating());
-    QTEST(agents.output(), "output");
-    QVERIFY(agents.viewModel.errorMessage().isEmpty());
-    QCOMPARE(agents.viewModel.isHermesTelegramConnected(), !fails);
-    QCOMPARE(agents.viewModel.configuredSoftwareIds().contains(u"hermes"_s), !fails);
+    for (const bool fails : {false, true}) {
+        Agents agents;
+        agents.scratch.keychain.save(u"user_api_key"_s, u"k-1"_s);
+        agents.scratch.write(hermesFile, "telegram");
+        if (fails)
+            agents.scratch.write(u"fails"_s, {});
+        auto running = agents.viewModel.setupHermesGateway();
+        QVERIFY(agents.viewModel.isOperating());
+        QCoro::waitFor(std::move(running));
+        QVERIFY(!agents.viewModel.isOperating());
+        QCOMPARE(agents.output(),
+                 u">>> 配置 Hermes 网关平台...\nhermes gateway setup <k-1>\n\n"_s
+                     + (fails ? u"❌ 配置失败 (exit code: 4)\n"_s : u"✅ 网关配置完成\n"_s));
+        QVERIFY(agents.viewModel.errorMessage().isEmpty());
+        QCOMPARE(agents.viewModel.isHermesTelegramConnected(), !fails);
+        QCOMPARE(agents.viewModel.configuredSoftwareIds().contains(u"hermes"_s), !fails);
+    }
 }
 
 void tst_AgentActions::hermesChat()
@@ -191,9 +150,8 @@ void tst_AgentActions::hermesChat()
     agents.viewModel.openHermesChat();
     QCOMPARE(agents.viewModel.errorMessage(), u"没有找到终端程序，请安装一个终端后重试"_s);
 
-    const QString terminal = u"terminals/x-terminal-emulator"_s;
-    agents.scratch.write(terminal, "#!/bin/sh\necho \"$*\" > \"$HOME/new\"; /bin/mv \"$HOME/new\" \"$HOME/started\"\n");
-    QFile::setPermissions(agents.scratch.path(terminal), QFile::ReadOwner | QFile::ExeOwner);
+    agents.scratch.writeProgram(u"terminals/x-terminal-emulator"_s,
+                                "#!/bin/sh\necho \"$*\" > \"$HOME/new\"; /bin/mv \"$HOME/new\" \"$HOME/started\"\n");
     agents.viewModel.openHermesChat();
     QTRY_COMPARE(agents.scratch.read(u"started"_s), "-e /bin/bash /tmp/hermes-chat.command\n");
 
@@ -212,26 +170,25 @@ void tst_AgentActions::hermesChat()
 
 void tst_AgentActions::portText_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<qint64>("port");
+    const auto row = columns<QString, qint64>("text", "port");
     const qint64 unchanged = 8080;
-    QTest::newRow("usual") << u"18789"_s << qint64(18789);
-    QTest::newRow("plus") << u"+80"_s << qint64(80);
-    QTest::newRow("minus") << u"-1"_s << qint64(-1);
-    QTest::newRow("largest") << u"9223372036854775807"_s << std::numeric_limits<qint64>::max();
-    QTest::newRow("smallest") << u"-9223372036854775808"_s << std::numeric_limits<qint64>::min();
-    QTest::newRow("too large") << u"9223372036854775808"_s << unchanged;
-    QTest::newRow("letter") << u"80a"_s << unchanged;
-    QTest::newRow("space before") << u" 80"_s << unchanged;
-    QTest::newRow("space after") << u"80 "_s << unchanged;
-    QTest::newRow("space after the sign") << u"+ 80"_s << unchanged;
-    QTest::newRow("empty") << u""_s << unchanged;
-    QTest::newRow("sign only") << u"-"_s << unchanged;
-    QTest::newRow("two signs") << u"+-1"_s << unchanged;
-    QTest::newRow("fraction") << u"80.0"_s << unchanged;
-    QTest::newRow("exponent") << u"1e3"_s << unchanged;
-    QTest::newRow("grouped") << u"18,789"_s << unchanged;
-    QTest::newRow("wide digits") << u"８０"_s << unchanged;
+    row("usual", u"18789"_s, 18789);
+    row("plus", u"+80"_s, 80);
+    row("minus", u"-1"_s, -1);
+    row("largest", u"9223372036854775807"_s, std::numeric_limits<qint64>::max());
+    row("smallest", u"-9223372036854775808"_s, std::numeric_limits<qint64>::min());
+    row("too large", u"9223372036854775808"_s, unchanged);
+    row("letter", u"80a"_s, unchanged);
+    row("space before", u" 80"_s, unchanged);
+    row("space after", u"80 "_s, unchanged);
+    row("space after the sign", u"+ 80"_s, unchanged);
+    row("empty", u""_s, unchanged);
+    row("sign only", u"-"_s, unchanged);
+    row("two signs", u"+-1"_s, unchanged);
+    row("fraction", u"80.0"_s, unchanged);
+    row("exponent", u"1e3"_s, unchanged);
+    row("grouped", u"18,789"_s, unchanged);
+    row("wide digits", u"８０"_s, unchanged);
 }
 
 void tst_AgentActions::portText()
@@ -240,17 +197,6 @@ void tst_AgentActions::portText()
     Agents agents;
     agents.viewModel.setOpenClawPortText(text);
     QTEST(agents.viewModel.openClawConfig().port, "port");
-}
-
-void tst_AgentActions::savingTheConfiguration()
-{
-    Agents agents;
-    agents.viewModel.setShowOpenClawConfig(true);
-    agents.viewModel.setOpenClawPortText(u"18789"_s);
-    agents.viewModel.setOpenClawModelPath(u"/models/a"_s);
-    agents.viewModel.saveOpenClawConfig();
-    QVERIFY(!agents.viewModel.showOpenClawConfig());
-    QCOMPARE(agents.scratch.read(u".openclaw/config.json"_s), R"({"port":18789,"modelPath":"\/models\/a"})");
 }
 
 QTEST_GUILESS_MAIN(tst_AgentActions)

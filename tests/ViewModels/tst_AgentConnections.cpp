@@ -1,6 +1,7 @@
 // Connecting OpenClaw to QQ and WeChat, with a program of the test in the agent's place.
 
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 #include "ViewModels/QQBotConnectViewModel.h"
 #include "ViewModels/WeChatConnectViewModel.h"
 
@@ -17,9 +18,7 @@ const QString secret = u"abcdefgh12345678ABCDEFGH87654321"_s;
 struct AgentHome : Scratch {
     explicit AgentHome(const QByteArray &script = {})
     {
-        const QString agent = u".openclaw/bin/openclaw"_s;
-        write(agent, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n" + script);
-        QFile::setPermissions(path(agent), QFile::ReadOwner | QFile::ExeOwner);
+        writeProgram(u".openclaw/bin/openclaw"_s, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n" + script);
         write(u".zprofile"_s,
               "export PATH=~/.openclaw/bin:$PATH\n"
               "sleep() { }\n"
@@ -59,18 +58,16 @@ private Q_SLOTS:
 
 void tst_AgentConnections::qqCredentials_data()
 {
-    QTest::addColumn<QString>("appId");
-    QTest::addColumn<QString>("appSecret");
-    QTest::addColumn<bool>("isTaken");
-    QTest::newRow("usual") << u"1020304050"_s << secret << true;
-    QTest::newRow("shortest") << u"12345678"_s << secret.first(20) << true;
-    QTest::newRow("longest") << u"123456789012345"_s << secret.repeated(2) << true;
-    QTest::newRow("id too short") << u"1234567"_s << secret << false;
-    QTest::newRow("id too long") << u"1234567890123456"_s << secret << false;
-    QTest::newRow("secret too short") << u"1020304050"_s << secret.first(19) << false;
-    QTest::newRow("a command in the secret") << u"1020304050"_s << secret + u"\"; touch ~/broken; \""_s << false;
-    QTest::newRow("a line break at the end") << u"1020304050\n"_s << secret << false;
-    QTest::newRow("other digits") << u"１０２０３０４０５０"_s << secret << false;
+    const auto row = columns<QString, QString, bool>("appId", "appSecret", "isTaken");
+    row("usual", u"1020304050"_s, secret, true);
+    row("shortest", u"12345678"_s, secret.first(20), true);
+    row("longest", u"123456789012345"_s, secret.repeated(2), true);
+    row("id too short", u"1234567"_s, secret, false);
+    row("id too long", u"1234567890123456"_s, secret, false);
+    row("secret too short", u"1020304050"_s, secret.first(19), false);
+    row("a command in the secret", u"1020304050"_s, secret + u"\"; touch ~/broken; \""_s, false);
+    row("a line break at the end", u"1020304050\n"_s, secret, false);
+    row("other digits", u"１０２０３０４０５０"_s, secret, false);
 }
 
 void tst_AgentConnections::qqCredentials()
@@ -91,18 +88,15 @@ void tst_AgentConnections::qqCredentials()
 
 void tst_AgentConnections::qqRunsAllSteps_data()
 {
-    QTest::addColumn<QString>("installCommand");
-    QTest::addColumn<QByteArray>("agent");
-    QTest::addColumn<QString>("firstCall");
-    QTest::addColumn<QString>("firstEnding");
+    const auto row =
+        columns<QString, QByteArray, QString, QString>("installCommand", "agent", "firstCall", "firstEnding");
     const QString defaultCall = u"plugins install @tencent-connect/openclaw-qqbot@latest"_s;
-    QTest::newRow("built-in install") << "" << QByteArray() << defaultCall << u"✅ 完成\n"_s;
-    QTest::newRow("the catalog's install")
-        << u"openclaw my-install"_s << QByteArray() << u"my-install"_s << u"✅ 完成\n"_s;
-    QTest::newRow("failing install") << "" << QByteArray("[ \"$1\" = plugins ] && { echo 装不上; exit 3; }; true\n")
-                                     << defaultCall << u"装不上\n⚠️ 退出码: 3\n"_s;
-    QTest::newRow("install that cannot start")
-        << QString(200000, u'x') << QByteArray() << "" << u"❌ 无法执行命令：命令行过长（超过 128 KB）\n"_s;
+    row("built-in install", u""_s, {}, defaultCall, u"✅ 完成\n"_s);
+    row("the catalog's install", u"openclaw my-install"_s, {}, u"my-install"_s, u"✅ 完成\n"_s);
+    row("failing install", u""_s, "[ \"$1\" = plugins ] && { echo 装不上; exit 3; }; true\n", defaultCall,
+        u"装不上\n⚠️ 退出码: 3\n"_s);
+    row("install that cannot start", QString(200000, u'x'), {}, u""_s,
+        u"❌ 无法执行命令：命令行过长（超过 128 KB）\n"_s);
 }
 
 void tst_AgentConnections::qqRunsAllSteps()
@@ -153,15 +147,14 @@ void tst_AgentConnections::qqRunOutlivesItsSheet()
 
 void tst_AgentConnections::weChatOutcome_data()
 {
-    QTest::addColumn<QByteArray>("login"); // what the agent does then
-    QTest::addColumn<bool>("isSuccess");
-    QTest::addColumn<QString>("log"); // from the login on
+    // login: what the agent does then
+    // log: from the login on
+    const auto row = columns<QByteArray, bool, QString>("login", "isSuccess", "log");
 
-    QTest::newRow("succeeds") << QByteArray("echo 扫码") << true << u"扫码\n✅ 登录完成\n"_s;
-    QTest::newRow("says so and then fails")
-        << QByteArray("echo 'Login Success'; exit 1") << true << u"Login Success\n⚠️ 退出码: 1\n"_s;
-    QTest::newRow("fails") << QByteArray("echo 'no network' >&2; exit 1") << false << u"no network\n⚠️ 退出码: 1\n"_s;
-    QTest::newRow("ends by a signal") << QByteArray("kill -KILL $$") << false << u"⚠️ 退出码: 137\n"_s;
+    row("succeeds", "echo 扫码", true, u"扫码\n✅ 登录完成\n"_s);
+    row("says so and then fails", "echo 'Login Success'; exit 1", true, u"Login Success\n⚠️ 退出码: 1\n"_s);
+    row("fails", "echo 'no network' >&2; exit 1", false, u"no network\n⚠️ 退出码: 1\n"_s);
+    row("ends by a signal", "kill -KILL $$", false, u"⚠️ 退出码: 137\n"_s);
 }
 
 void tst_AgentConnections::weChatOutcome()
@@ -229,15 +222,14 @@ void tst_AgentConnections::weChatPluginComesFromTheServer()
 
 void tst_AgentConnections::weChatLoginOutput_data()
 {
-    QTest::addColumn<QByteArray>("pieces"); // printf formats, each a piece of output of its own
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("code") << QByteArray(R"('\033[32m████\033[0m\n' '  ▀▄ █\n')") << u"████\n  ▀▄ █\n"_s;
-    QTest::newRow("noise") << QByteArray(R"('[plugins] loaded\nmore of it\n' 'PLUGINS.ALLOW is empty\n' 'x\n')")
-                           << u"x\n"_s;
-    QTest::newRow("noise in colour") << QByteArray(R"('\033[33m[plugins]\033[0m Discovered NON-bundled\n')") << "";
-    QTest::newRow("blank") << QByteArray(R"('  \n\n' '\033[0m' 'x')") << u"x"_s;
-    QTest::newRow("code and noise in one piece")
-        << QByteArray(R"('[plugins] loaded\n\n  ████\n  █▄▄█\nplugins.allow\n')") << u"\n  ████\n  █▄▄█\n"_s;
+    // pieces: printf formats, each a piece of output of its own
+    const auto row = columns<QByteArray, QString>("pieces", "shown");
+    row("code", R"('\033[32m████\033[0m\n' '  ▀▄ █\n')", u"████\n  ▀▄ █\n"_s);
+    row("noise", R"('[plugins] loaded\nmore of it\n' 'PLUGINS.ALLOW is empty\n' 'x\n')", u"x\n"_s);
+    row("noise in colour", R"('\033[33m[plugins]\033[0m Discovered NON-bundled\n')", u""_s);
+    row("blank", R"('  \n\n' '\033[0m' 'x')", u"x"_s);
+    row("code and noise in one piece", R"('[plugins] loaded\n\n  ████\n  █▄▄█\nplugins.allow\n')",
+        u"\n  ████\n  █▄▄█\n"_s);
 }
 
 void tst_AgentConnections::weChatLoginOutput()
@@ -255,13 +247,12 @@ void tst_AgentConnections::weChatLoginOutput()
 
 void tst_AgentConnections::controlSequences_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("left");
-    QTest::newRow("colours") << u"\x1b[32m████\x1b[0m\n"_s << u"████\n"_s;
-    QTest::newRow("colours without their escape") << u"[33mword[0m"_s << u"word"_s;
-    QTest::newRow("cursor and erasing") << u"\x1b[2K\x1b[1;1Hx\x1b[?25l"_s << u"x\x1b[?25l"_s;
-    QTest::newRow("brackets in text") << u"[1] [a] array[0] [12;x"_s << u"[1] [a] array[0] [12;x"_s;
-    QTest::newRow("m in text") << u"[m] [5m]"_s << u"] ]"_s;
+    const auto row = columns<QString, QString>("text", "left");
+    row("colours", u"\x1b[32m████\x1b[0m\n"_s, u"████\n"_s);
+    row("colours without their escape", u"[33mword[0m"_s, u"word"_s);
+    row("cursor and erasing", u"\x1b[2K\x1b[1;1Hx\x1b[?25l"_s, u"x\x1b[?25l"_s);
+    row("brackets in text", u"[1] [a] array[0] [12;x"_s, u"[1] [a] array[0] [12;x"_s);
+    row("m in text", u"[m] [5m]"_s, u"] ]"_s);
 }
 
 void tst_AgentConnections::controlSequences()

@@ -1,6 +1,5 @@
-#include "DevServer.h"
-#include "Services/TokenAPIService.h"
-#include "Support/Scratch.h"
+#include "Support/Served.h"
+#include "Support/Table.h"
 #include "ViewModels/ChangePasswordViewModel.h"
 
 #include <QSignalSpy>
@@ -9,15 +8,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Fixture {
-    void answer(int status, const QByteArray &body)
-    {
-        server.faults().set("POST", u"/api/v1/user/change-password"_s, {.status = status, .body = body});
-    }
+const QString path = u"/user/change-password"_s;
 
-    devserver::DevServer server{devserver::ServerState{}};
-    Scratch scratch{server.start(0).value()};
-    TokenAPIService tokenAPI{scratch.api};
+struct Fixture : Served {
     ChangePasswordViewModel viewModel{tokenAPI};
 };
 
@@ -37,12 +30,9 @@ private Q_SLOTS:
 
 void tst_ChangePasswordViewModel::input_data()
 {
-    QTest::addColumn<QString>("oldPassword");
-    QTest::addColumn<QString>("newPassword");
-    QTest::addColumn<QString>("confirmPassword");
-    QTest::addColumn<QString>("message"); // empty: it is sent
-    const auto row = [](const char *name, const QString &old, const QString &fresh, const QString &again,
-                        const QString &message) { QTest::newRow(name) << old << fresh << again << message; };
+    // message: empty: it is sent
+    const auto row =
+        columns<QString, QString, QString, QString>("oldPassword", "newPassword", "confirmPassword", "message");
     const QString tooShort = u"新密码长度不能少于6位"_s;
     row("six", u"old"_s, u"123456"_s, u"123456"_s, {});
     row("six Chinese characters", u"old"_s, u"一二三四五六"_s, u"一二三四五六"_s, {});
@@ -63,7 +53,7 @@ void tst_ChangePasswordViewModel::input()
     QFETCH(QString, confirmPassword);
     QFETCH(QString, message);
     Fixture fixture;
-    fixture.answer(200, R"({"code":0,"message":"ok"})");
+    fixture.answer(path, R"({"code":0,"message":"ok"})", 200, "POST");
     QSignalSpy loading(&fixture.viewModel, &ChangePasswordViewModel::isLoadingChanged);
     QCoro::waitFor(fixture.viewModel.changePassword(oldPassword, newPassword, confirmPassword));
     QCOMPARE(fixture.viewModel.errorMessage(), message);
@@ -74,13 +64,11 @@ void tst_ChangePasswordViewModel::input()
 
 void tst_ChangePasswordViewModel::refusal_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("by code") << 200 << QByteArray(R"({"code":1001,"message":"当前密码不正确"})") << u"当前密码不正确"_s;
-    QTest::newRow("by status") << 500 << QByteArray("oops") << u"oops"_s;
-    QTest::newRow("signed out") << 401 << QByteArray("{}") << u"认证过期，请重新登录"_s;
-    QTest::newRow("not understood") << 200 << QByteArray(R"({"code":0})") << u"数据解析错误: 字段 “message” 缺失"_s;
+    const auto row = columns<int, QByteArray, QString>("status", "body", "message");
+    row("by code", 200, R"({"code":1001,"message":"当前密码不正确"})", u"当前密码不正确"_s);
+    row("by status", 500, "oops", u"oops"_s);
+    row("signed out", 401, "{}", u"认证过期，请重新登录"_s);
+    row("not understood", 200, R"({"code":0})", u"数据解析错误: 字段 “message” 缺失"_s);
 }
 
 void tst_ChangePasswordViewModel::refusal()
@@ -90,14 +78,14 @@ void tst_ChangePasswordViewModel::refusal()
     Fixture fixture;
     fixture.scratch.keychain.save(u"auth_token"_s, u"t"_s);
     const auto token = fixture.scratch.keychain.get(u"auth_token"_s);
-    fixture.answer(status, body);
+    fixture.answer(path, body, status, "POST");
     QCoro::waitFor(fixture.viewModel.changePassword(u"old"_s, u"123456"_s, u"123456"_s));
     QTEST(fixture.viewModel.errorMessage(), "message");
     QVERIFY(!fixture.viewModel.isLoading() && !fixture.viewModel.showSuccess());
     QCOMPARE(fixture.scratch.keychain.get(u"auth_token"_s), token);
     fixture.scratch.keychain.remove(u"auth_token"_s);
 
-    fixture.answer(200, R"({"code":0,"message":"ok"})");
+    fixture.answer(path, R"({"code":0,"message":"ok"})", 200, "POST");
     QCoro::waitFor(fixture.viewModel.changePassword(u"old"_s, u"123456"_s, u"123456"_s));
     QCOMPARE(fixture.viewModel.errorMessage(), QString());
     QVERIFY(fixture.viewModel.showSuccess());

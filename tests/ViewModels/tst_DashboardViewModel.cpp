@@ -1,6 +1,4 @@
-#include "DevServer.h"
-#include "Services/TokenAPIService.h"
-#include "Support/Scratch.h"
+#include "Support/Served.h"
 #include "ViewModels/DashboardViewModel.h"
 
 #include <QSignalSpy>
@@ -9,15 +7,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString balancePath = u"/api/v1/token/balance"_s;
-const QString usagePath = u"/api/v1/token/usage/weekly"_s;
+const QString root = u"/api/v1"_s;
+const QString balancePath = u"/token/balance"_s;
+const QString usagePath = u"/token/usage/weekly"_s;
 
-struct Fixture {
-    void answer(const QString &path, const QByteArray &data)
-    {
-        server.faults().set("GET", path, {.status = 200, .body = R"({"code":0,"message":"ok","data":)" + data + '}'});
-    }
-    void fail(const QString &path, int status) { server.faults().set("GET", path, {.status = status, .body = "oops"}); }
+struct Fixture : Served {
     void load() { QCoro::waitFor(viewModel.loadData()); }
 
     /// The chart's bars, each as "date count height".
@@ -33,9 +27,6 @@ struct Fixture {
         return bars;
     }
 
-    devserver::DevServer server{devserver::ServerState{}};
-    Scratch scratch{server.start(0).value()};
-    TokenAPIService tokenAPI{scratch.api};
     DashboardViewModel viewModel{DashboardViewModel::Services{scratch.store, tokenAPI}};
 };
 
@@ -96,15 +87,15 @@ void tst_DashboardViewModel::tokenFigures()
         return fixture.viewModel.tokenBalanceText() + u' ' + fixture.viewModel.usedTodayText();
     };
     QCOMPARE(figures(), u"0 0"_s);
-    fixture.answer(balancePath, R"({"totalBalance":256800,"usedToday":999,"usedThisMonth":1})");
+    fixture.answerData(balancePath, R"({"totalBalance":256800,"usedToday":999,"usedThisMonth":1})");
     QCOMPARE(figures(), u"256.8K 999"_s);
     for (const char *data : {"null", "{}", R"({"totalBalance":1,"usedToday":1.5,"usedThisMonth":1})"}) {
-        fixture.answer(balancePath, data);
+        fixture.answerData(balancePath, data);
         QCOMPARE(figures(), u"256.8K 999"_s);
     }
     fixture.fail(balancePath, 401);
     QCOMPARE(figures(), u"256.8K 999"_s);
-    fixture.answer(balancePath, R"({"totalBalance":1500000,"usedToday":1000,"usedThisMonth":1})");
+    fixture.answerData(balancePath, R"({"totalBalance":1500000,"usedToday":1000,"usedThisMonth":1})");
     QCOMPARE(figures(), u"1.5M 1.0K"_s);
 }
 
@@ -132,7 +123,7 @@ void tst_DashboardViewModel::usage()
     for (qsizetype word = 0; word < words.size(); word += 2)
         data.append(R"({"date":")" + words[word] + R"(","tokens":)" + words[word + 1] + '}');
     Fixture fixture;
-    fixture.answer(usagePath, '[' + data.join(',') + ']');
+    fixture.answerData(usagePath, '[' + data.join(',') + ']');
     fixture.load();
     QTEST(fixture.bars(), "bars");
 }
@@ -142,10 +133,10 @@ void tst_DashboardViewModel::usageThatFailsIsNone()
     Fixture fixture;
     QSignalSpy emptiness(fixture.viewModel.weeklyUsage(), &DashboardUsageModel::isEmptyChanged);
     for (const char *data : {"null", R"([{"date":"2025-01-01"}])", R"([{"date":"2025-01-01","tokens":"1"}])"}) {
-        fixture.answer(usagePath, R"([{"date":"2025-01-01","tokens":1}])");
+        fixture.answerData(usagePath, R"([{"date":"2025-01-01","tokens":1}])");
         fixture.load();
         QVERIFY(!fixture.viewModel.weeklyUsage()->isEmpty());
-        fixture.answer(usagePath, data);
+        fixture.answerData(usagePath, data);
         fixture.load();
         QCOMPARE(fixture.bars(), QStringList());
     }
@@ -161,9 +152,9 @@ void tst_DashboardViewModel::requestsFollowEachOther()
     connect(&fixture.viewModel, &DashboardViewModel::statsChanged, this, [&] { during.append(u"balance"_s); });
     connect(&fixture.server, &devserver::DevServer::requestRecorded, this,
             [&] { during.append(fixture.server.requests().last().path); });
-    fixture.answer(balancePath, R"({"totalBalance":1,"usedToday":1,"usedThisMonth":1})");
+    fixture.answerData(balancePath, R"({"totalBalance":1,"usedToday":1,"usedThisMonth":1})");
     QCoro::waitFor(std::move(load));
-    QCOMPARE(during, (QStringList{balancePath, u"balance"_s, usagePath}));
+    QCOMPARE(during, (QStringList{root + balancePath, u"balance"_s, root + usagePath}));
     QVERIFY(!fixture.viewModel.isLoading());
 }
 

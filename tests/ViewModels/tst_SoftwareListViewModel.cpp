@@ -1,12 +1,14 @@
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QSignalSpy>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-const QString openClaw = QStringLiteral("openclaw");
+const QString openClaw = u"openclaw"_s;
 
 /// For ~/.zprofile: the line that ends a former gateway kills by name, which no test may do.
 const QByteArray keepKillsToTheTest = "pkill() { print -r - $* >> ~/killed }\n";
@@ -19,7 +21,7 @@ struct Fixture {
         QCoro::waitFor(viewModel.loadData());
     }
 
-    AISoftware *software(const QString &id = QStringLiteral("a")) { return viewModel.software(id); }
+    AISoftware *software(const QString &id = u"a"_s) { return viewModel.software(id); }
     QByteArray output() { return viewModel.terminalOutput()->text(); }
 
     Scratch scratch;
@@ -27,12 +29,12 @@ struct Fixture {
 };
 
 /// An entry that is installed while the file ~/installed exists.
-SoftwareCatalogEntry installable(const QString &id = QStringLiteral("a"))
+SoftwareCatalogEntry installable(const QString &id = u"a"_s)
 {
     SoftwareCatalogEntry entry = testEntry(id);
-    entry.detectCommand = QStringLiteral("ls ~/installed");
-    entry.installCommand = QStringLiteral("touch ~/installed && echo working");
-    entry.uninstallCommand = QStringLiteral("rm ~/installed");
+    entry.detectCommand = u"ls ~/installed"_s;
+    entry.installCommand = u"touch ~/installed && echo working"_s;
+    entry.uninstallCommand = u"rm ~/installed"_s;
     return entry;
 }
 
@@ -64,20 +66,18 @@ private Q_SLOTS:
     void filteredRowsKeepTheirDelegates();
     void detectionSparesSoftwareInProgress();
     void selectionEndsWithTheCatalogEntry();
-    void userSwitchNoticeShowsOnce();
     void viewModelMayGoWhileAnOperationRuns();
 };
 
 void tst_SoftwareListViewModel::catalogFallsBack_data()
 {
-    QTest::addColumn<QByteArray>("resource");
-    QTest::addColumn<QStringList>("ids");
-    const QStringList builtIn{openClaw, QStringLiteral("hermes")};
-    const QByteArray good = SoftwareCatalog::encode({testEntry(QStringLiteral("a")), testEntry(QStringLiteral("b"))});
-    QTest::newRow("resource") << good << QStringList{QStringLiteral("a"), QStringLiteral("b")};
-    QTest::newRow("no resource") << QByteArray() << builtIn;
-    QTest::newRow("one bad entry") << QByteArray(good).replace("\"name\":\"B\"", "\"name\":7") << builtIn;
-    QTest::newRow("broken JSON") << good.chopped(3) << builtIn;
+    const auto row = columns<QByteArray, QStringList>("resource", "ids");
+    const QStringList builtIn{openClaw, u"hermes"_s};
+    const QByteArray good = SoftwareCatalog::encode({testEntry(u"a"_s), testEntry(u"b"_s)});
+    row("resource", good, QStringList{u"a"_s, u"b"_s});
+    row("no resource", {}, builtIn);
+    row("one bad entry", QByteArray(good).replace("\"name\":\"B\"", "\"name\":7"), builtIn);
+    row("broken JSON", good.chopped(3), builtIn);
 }
 
 void tst_SoftwareListViewModel::catalogFallsBack()
@@ -85,7 +85,7 @@ void tst_SoftwareListViewModel::catalogFallsBack()
     QFETCH(QByteArray, resource);
     Scratch scratch;
     if (!resource.isEmpty())
-        scratch.write(QStringLiteral("Contents/Resources/SoftwareCatalog.json"), resource);
+        scratch.write(u"Contents/Resources/SoftwareCatalog.json"_s, resource);
     SoftwareListViewModel viewModel(scratch.services());
     QCoro::waitFor(viewModel.loadData());
     QStringList ids;
@@ -122,36 +122,30 @@ void tst_SoftwareListViewModel::installThenUninstall()
 void tst_SoftwareListViewModel::secondRunRemembers()
 {
     Fixture fixture({installable(openClaw)});
-    fixture.scratch.write(QStringLiteral(".zprofile"),
-                          "openclaw() { echo 'OpenClaw 2026.7.35 (aa94808)' }\n" + keepKillsToTheTest);
+    fixture.scratch.write(u".zprofile"_s, "openclaw() { echo 'OpenClaw 2026.7.35 (aa94808)' }\n" + keepKillsToTheTest);
     // Without the gateway's program its start ends by itself.
     QCoro::waitFor(fixture.viewModel.install(fixture.software(openClaw)));
-    QCOMPARE(fixture.software(openClaw)->version(), QStringLiteral("OpenClaw 2026.7.35 (aa94808)"));
+    QCOMPARE(fixture.software(openClaw)->version(), u"OpenClaw 2026.7.35 (aa94808)"_s);
 
     SoftwareStore store(fixture.scratch.defaults);
     store.merge({installable(openClaw)});
     const AISoftware *const remembered = store.software(openClaw);
     QCOMPARE(remembered->status(), SoftwareStatus::Installed);
-    QCOMPARE(remembered->version(), QStringLiteral("OpenClaw 2026.7.35 (aa94808)"));
+    QCOMPARE(remembered->version(), u"OpenClaw 2026.7.35 (aa94808)"_s);
     QCOMPARE(remembered->installedAt(), fixture.software(openClaw)->installedAt());
 }
 
 void tst_SoftwareListViewModel::failures_data()
 {
-    QTest::addColumn<QString>("installCommand");
-    QTest::addColumn<QString>("dependency");
-    QTest::addColumn<QString>("errorMessage");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("output");
+    const auto row = columns<QString, QString, QString, int, QByteArray>("installCommand", "dependency", "errorMessage",
+                                                                         "status", "output");
     const int untouched = SoftwareStatus::NotInstalled;
-    QTest::newRow("no command") << "" << "" << "未配置安装命令" << untouched << QByteArray();
-    QTest::newRow("missing dependency") << "true" << "absent" << "缺少依赖: ABSENT，请先安装" << untouched
-                                        << QByteArray();
-    QTest::newRow("exit status 2") << "exit 2" << "" << "安装失败，退出码: 2" << int(SoftwareStatus::Error)
-                                   << QByteArray(">>> 正在安装 A...\n\n❌ 安装失败 (exit code: 2)\n");
-    QTest::newRow("cannot be started") << QStringLiteral("true") + QString(200'000, u' ') << ""
-                                       << "无法执行命令：命令行过长（超过 128 KB）" << int(SoftwareStatus::Installing)
-                                       << QByteArray(">>> 正在安装 A...\n");
+    row("no command", u""_s, u""_s, u"未配置安装命令"_s, untouched, {});
+    row("missing dependency", u"true"_s, u"absent"_s, u"缺少依赖: ABSENT，请先安装"_s, untouched, {});
+    row("exit status 2", u"exit 2"_s, u""_s, u"安装失败，退出码: 2"_s, SoftwareStatus::Error,
+        ">>> 正在安装 A...\n\n❌ 安装失败 (exit code: 2)\n");
+    row("cannot be started", u"true"_s + QString(200'000, u' '), u""_s, u"无法执行命令：命令行过长（超过 128 KB）"_s,
+        SoftwareStatus::Installing, ">>> 正在安装 A...\n");
 }
 
 void tst_SoftwareListViewModel::failures()
@@ -161,7 +155,7 @@ void tst_SoftwareListViewModel::failures()
     SoftwareCatalogEntry entry = installable();
     entry.installCommand = installCommand;
     entry.dependencies = {dependency};
-    Fixture fixture({entry, testEntry(QStringLiteral("absent"))});
+    Fixture fixture({entry, testEntry(u"absent"_s)});
     QCoro::waitFor(fixture.viewModel.install(fixture.software()));
     QTEST(fixture.viewModel.errorMessage(), "errorMessage");
     QTEST(fixture.output(), "output");
@@ -173,29 +167,27 @@ void tst_SoftwareListViewModel::failures()
 void tst_SoftwareListViewModel::upgradeTakesTheOfferedVersion()
 {
     SoftwareCatalogEntry entry = installable();
-    entry.version = QStringLiteral("2.0");
-    entry.upgradeCommand = QStringLiteral("echo upgrading");
+    entry.version = u"2.0"_s;
+    entry.upgradeCommand = u"echo upgrading"_s;
     Fixture fixture({entry});
     QVERIFY(fixture.software()->latestVersion.isEmpty());
     QCoro::waitFor(fixture.viewModel.loadData());
-    QCOMPARE(fixture.software()->latestVersion, QStringLiteral("2.0"));
+    QCOMPARE(fixture.software()->latestVersion, u"2.0"_s);
     QCoro::waitFor(fixture.viewModel.upgrade(fixture.software()));
-    QCOMPARE(fixture.software()->version(), QStringLiteral("2.0"));
+    QCOMPARE(fixture.software()->version(), u"2.0"_s);
     QCOMPARE(fixture.software()->status(), SoftwareStatus::Installed);
 }
 
 void tst_SoftwareListViewModel::offeredUpgrade_data()
 {
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("latestVersion");
-    QTest::addColumn<QString>("upgradeCommand");
-    QTest::addColumn<bool>("isOffered");
-    QTest::newRow("same") << "0.5.7" << "0.5.7" << "u" << false;
-    QTest::newRow("whole output line") << "ollama version is 0.5.7" << "0.5.7" << "u" << false;
-    QTest::newRow("another") << "0.6.0" << "0.5.7" << "u" << true;
-    QTest::newRow("no command") << "0.5.0" << "0.5.7" << "" << false;
-    QTest::newRow("local unknown") << "" << "0.5.7" << "u" << false;
-    QTest::newRow("latest unknown") << "0.5.7" << "" << "u" << false;
+    const auto row =
+        columns<QString, QString, QString, bool>("version", "latestVersion", "upgradeCommand", "isOffered");
+    row("same", u"0.5.7"_s, u"0.5.7"_s, u"u"_s, false);
+    row("whole output line", u"ollama version is 0.5.7"_s, u"0.5.7"_s, u"u"_s, false);
+    row("another", u"0.6.0"_s, u"0.5.7"_s, u"u"_s, true);
+    row("no command", u"0.5.0"_s, u"0.5.7"_s, u""_s, false);
+    row("local unknown", u""_s, u"0.5.7"_s, u"u"_s, false);
+    row("latest unknown", u"0.5.7"_s, u""_s, u"u"_s, false);
 }
 
 void tst_SoftwareListViewModel::offeredUpgrade()
@@ -205,7 +197,7 @@ void tst_SoftwareListViewModel::offeredUpgrade()
     QFETCH(QString, upgradeCommand);
     Scratch scratch;
     const SoftwareListViewModel viewModel(scratch.services());
-    AISoftware software(QStringLiteral("a"));
+    AISoftware software(u"a"_s);
     software.setVersion(version);
     software.latestVersion = latestVersion;
     software.upgradeCommand = upgradeCommand;
@@ -215,8 +207,8 @@ void tst_SoftwareListViewModel::offeredUpgrade()
 void tst_SoftwareListViewModel::startAndStop()
 {
     SoftwareCatalogEntry entry = installable();
-    entry.startCommand = QStringLiteral("echo serving; sleep 0.2; echo served");
-    entry.stopCommand = QStringLiteral("touch ~/stopped");
+    entry.startCommand = u"echo serving; sleep 0.2; echo served"_s;
+    entry.stopCommand = u"touch ~/stopped"_s;
     Fixture fixture({entry});
     auto starting = fixture.viewModel.start(fixture.software());
     QCOMPARE(fixture.software()->status(), SoftwareStatus::NotInstalled);
@@ -228,9 +220,9 @@ void tst_SoftwareListViewModel::startAndStop()
     QCoro::waitFor(fixture.viewModel.stop(fixture.software()));
     QCOMPARE(fixture.software()->status(), SoftwareStatus::Stopped);
     QCOMPARE(fixture.output(), ">>> 正在停止 A...\n✅ 已停止\n");
-    QCOMPARE(fixture.scratch.store.loadAll()[QStringLiteral("a")].status, SoftwareStatus::Stopped);
+    QCOMPARE(fixture.scratch.store.loadAll()[u"a"_s].status, SoftwareStatus::Stopped);
 
-    fixture.scratch.write(QStringLiteral("installed"), {});
+    fixture.scratch.write(u"installed"_s, {});
     QCoro::waitFor(fixture.viewModel.detectAllStatus());
     QCOMPARE(fixture.software()->status(), SoftwareStatus::Installed);
 }
@@ -238,7 +230,7 @@ void tst_SoftwareListViewModel::startAndStop()
 void tst_SoftwareListViewModel::cancellingEndsTheProgramAndKeepsTheWindowIdle()
 {
     SoftwareCatalogEntry entry = installable();
-    entry.installCommand = QStringLiteral("echo begun; sleep 30; touch ~/installed");
+    entry.installCommand = u"echo begun; sleep 30; touch ~/installed"_s;
     Fixture fixture({entry});
     auto installing = fixture.viewModel.install(fixture.software());
     QTRY_VERIFY(fixture.output().contains("begun"));
@@ -247,57 +239,50 @@ void tst_SoftwareListViewModel::cancellingEndsTheProgramAndKeepsTheWindowIdle()
     QCOMPARE(fixture.output(), ">>> 正在安装 A...\nbegun\n\n⚠️ 已取消\n");
     QCoro::waitFor(std::move(installing));
     QCOMPARE(fixture.software()->status(), SoftwareStatus::NotInstalled);
-    QCOMPARE(fixture.scratch.store.loadAll()[QStringLiteral("a")].status, SoftwareStatus::NotInstalled);
+    QCOMPARE(fixture.scratch.store.loadAll()[u"a"_s].status, SoftwareStatus::NotInstalled);
     QVERIFY(!fixture.scratch.shell.currentStreamingProcess);
 }
 
 void tst_SoftwareListViewModel::cancelledOperationDoesNotEndTheNext()
 {
     SoftwareCatalogEntry slow = installable();
-    slow.installCommand = QStringLiteral("trap 'sleep 0.3; exit 1' TERM; echo begun; sleep 30");
-    SoftwareCatalogEntry next = installable(QStringLiteral("b"));
-    next.installCommand = QStringLiteral("until [ -e ~/go ]; do sleep 0.05; done; touch ~/installed");
+    slow.installCommand = u"trap 'sleep 0.3; exit 1' TERM; echo begun; sleep 30"_s;
+    SoftwareCatalogEntry next = installable(u"b"_s);
+    next.installCommand = u"until [ -e ~/go ]; do sleep 0.05; done; touch ~/installed"_s;
     Fixture fixture({slow, next});
     auto first = fixture.viewModel.install(fixture.software());
     QTRY_VERIFY(fixture.output().contains("begun"));
     fixture.viewModel.cancelInstall(fixture.software());
-    auto second = fixture.viewModel.install(fixture.software(QStringLiteral("b")));
+    auto second = fixture.viewModel.install(fixture.software(u"b"_s));
     QCoro::waitFor(std::move(first));
     QVERIFY(fixture.viewModel.isOperating());
-    fixture.scratch.write(QStringLiteral("go"), {});
+    fixture.scratch.write(u"go"_s, {});
     QCoro::waitFor(std::move(second));
     QVERIFY(!fixture.viewModel.isOperating());
-    QCOMPARE(fixture.software(QStringLiteral("b"))->status(), SoftwareStatus::Installed);
+    QCOMPARE(fixture.software(u"b"_s)->status(), SoftwareStatus::Installed);
     QCOMPARE(fixture.software()->status(), SoftwareStatus::NotInstalled);
 }
 
 void tst_SoftwareListViewModel::openClawGatewayComesUpAfterInstall()
 {
     Fixture fixture({installable(openClaw)});
-    fixture.scratch.write(QStringLiteral(".zprofile"), keepKillsToTheTest);
-    fixture.scratch.write(QStringLiteral(".openclaw/bin/openclaw"), "#!/bin/sh\necho gateway $1 is up\n");
-    QVERIFY(QFile::setPermissions(fixture.scratch.path(QStringLiteral(".openclaw/bin/openclaw")),
-                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    fixture.scratch.write(u".zprofile"_s, keepKillsToTheTest);
+    fixture.scratch.writeProgram(u".openclaw/bin/openclaw"_s, "#!/bin/sh\necho gateway $1 is up\n");
     QCoro::waitFor(fixture.viewModel.install(fixture.software(openClaw)));
-    QCOMPARE(fixture.scratch.read(QStringLiteral("killed")), "-f openclaw-gateway\n-x openclaw\n");
+    QCOMPARE(fixture.scratch.read(u"killed"_s), "-f openclaw-gateway\n-x openclaw\n");
     QTRY_COMPARE(fixture.output(), ">>> 启动 OpenClaw Gateway...\ngateway gateway is up\n");
 }
 
 void tst_SoftwareListViewModel::configure_data()
 {
-    QTest::addColumn<QString>("configCommand");
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QString>("errorMessage");
-    QTest::newRow("none") << "" << QByteArray() << "该软件没有配置命令";
-    QTest::newRow("done")
-        << "mkdir ~/.openclaw && echo \"<$QUENDA_API_KEY> $QUENDA_API_URL\" > ~/.openclaw/openclaw.json"
-        << QByteArray(">>> 执行配置 (已注入 API 凭据)\n\n✅ 配置完成\n") << QString();
-    QTest::newRow("fails") << "exit 9" << QByteArray(">>> 执行配置 (已注入 API 凭据)\n\n❌ 配置失败 (exit code: 9)\n")
-                           << "配置脚本执行失败";
-    QTest::newRow("cannot be started") << QString(
-        200'000,
-        u':') << QByteArray(">>> 执行配置 (已注入 API 凭据)\n❌ 执行失败: 无法执行命令：命令行过长（超过 128 KB）\n")
-                                       << "无法执行命令：命令行过长（超过 128 KB）";
+    const auto row = columns<QString, QByteArray, QString>("configCommand", "output", "errorMessage");
+    row("none", u""_s, {}, u"该软件没有配置命令"_s);
+    row("done", u"mkdir ~/.openclaw && echo \"<$QUENDA_API_KEY> $QUENDA_API_URL\" > ~/.openclaw/openclaw.json"_s,
+        ">>> 执行配置 (已注入 API 凭据)\n\n✅ 配置完成\n", {});
+    row("fails", u"exit 9"_s, ">>> 执行配置 (已注入 API 凭据)\n\n❌ 配置失败 (exit code: 9)\n", u"配置脚本执行失败"_s);
+    row("cannot be started", QString(200'000, u':'),
+        ">>> 执行配置 (已注入 API 凭据)\n❌ 执行失败: 无法执行命令：命令行过长（超过 128 KB）\n",
+        u"无法执行命令：命令行过长（超过 128 KB）"_s);
 }
 
 void tst_SoftwareListViewModel::configure()
@@ -313,48 +298,42 @@ void tst_SoftwareListViewModel::configure()
     const bool isDone = fixture.viewModel.errorMessage().isEmpty();
     QCOMPARE(fixture.viewModel.configuredSoftwareIds(), isDone ? QStringList{openClaw} : QStringList());
     if (isDone)
-        QCOMPARE(fixture.scratch.read(QStringLiteral(".openclaw/openclaw.json")), "<> https://api.vaelix.example/v1\n");
+        QCOMPARE(fixture.scratch.read(u".openclaw/openclaw.json"_s), "<> https://api.vaelix.example/v1\n");
 }
 
 void tst_SoftwareListViewModel::configurationMarks()
 {
     Fixture fixture({installable()});
-    fixture.scratch.write(QStringLiteral(".hermes/config.yaml"), "x");
+    fixture.scratch.write(u".hermes/config.yaml"_s, "x");
     fixture.viewModel.checkConfigStatus();
-    QCOMPARE(fixture.viewModel.configuredSoftwareIds(), QStringList{QStringLiteral("hermes")});
-    QFile::remove(fixture.scratch.path(QStringLiteral(".hermes/config.yaml")));
+    QCOMPARE(fixture.viewModel.configuredSoftwareIds(), QStringList{u"hermes"_s});
+    QFile::remove(fixture.scratch.path(u".hermes/config.yaml"_s));
     QCoro::waitFor(fixture.viewModel.uninstall(fixture.software()));
     QVERIFY(fixture.viewModel.configuredSoftwareIds().isEmpty());
 }
 
 void tst_SoftwareListViewModel::filter_data()
 {
-    QTest::addColumn<QString>("searchText");
-    QTest::addColumn<int>("category");
-    QTest::addColumn<QStringList>("names");
+    const auto row = columns<QString, int, QStringList>("searchText", "category", "names");
     const int all = SoftwareListViewModel::allCategories;
-    QTest::newRow("nothing asked") << "" << all
-                                   << QStringList{QStringLiteral("Ollama"), QStringLiteral("Élan"),
-                                                  QStringLiteral("画图")};
-    QTest::newRow("any case") << "OLLAMA" << all << QStringList{QStringLiteral("Ollama")};
-    QTest::newRow("any case beyond ASCII") << "élAN" << all << QStringList{QStringLiteral("Élan")};
-    QTest::newRow("description only") << "本地模型" << all
-                                      << QStringList{QStringLiteral("Ollama"), QStringLiteral("画图")};
-    QTest::newRow("white space is not trimmed") << " Ollama" << all << QStringList();
-    QTest::newRow("category") << "" << int(SoftwareCategory::Model) << QStringList{QStringLiteral("画图")};
-    QTest::newRow("both") << "ollama" << int(SoftwareCategory::Model) << QStringList();
+    row("nothing asked", u""_s, all, QStringList{u"Ollama"_s, u"Élan"_s, u"画图"_s});
+    row("any case", u"OLLAMA"_s, all, QStringList{u"Ollama"_s});
+    row("any case beyond ASCII", u"élAN"_s, all, QStringList{u"Élan"_s});
+    row("description only", u"本地模型"_s, all, QStringList{u"Ollama"_s, u"画图"_s});
+    row("white space is not trimmed", u" Ollama"_s, all, {});
+    row("category", u""_s, SoftwareCategory::Model, QStringList{u"画图"_s});
+    row("both", u"ollama"_s, SoftwareCategory::Model, {});
 }
 
 void tst_SoftwareListViewModel::filter()
 {
     QFETCH(QString, searchText);
     QFETCH(int, category);
-    SoftwareCatalog::Entries entries{testEntry(QStringLiteral("a")), testEntry(QStringLiteral("b")),
-                                     testEntry(QStringLiteral("c"))};
-    entries[0].name = QStringLiteral("Ollama");
-    entries[0].description = entries[2].description = QStringLiteral("运行本地模型");
-    entries[1].name = QStringLiteral("Élan");
-    entries[2].name = QStringLiteral("画图");
+    SoftwareCatalog::Entries entries{testEntry(u"a"_s), testEntry(u"b"_s), testEntry(u"c"_s)};
+    entries[0].name = u"Ollama"_s;
+    entries[0].description = entries[2].description = u"运行本地模型"_s;
+    entries[1].name = u"Élan"_s;
+    entries[2].name = u"画图"_s;
     entries[2].category = SoftwareCategory::Model;
     Fixture fixture(entries);
     fixture.viewModel.setSearchText(searchText);
@@ -389,7 +368,7 @@ void tst_SoftwareListViewModel::filteredRowsKeepTheirDelegates()
 void tst_SoftwareListViewModel::detectionSparesSoftwareInProgress()
 {
     SoftwareCatalogEntry entry = installable();
-    entry.installCommand = QStringLiteral("sleep 0.5; touch ~/installed");
+    entry.installCommand = u"sleep 0.5; touch ~/installed"_s;
     Fixture fixture({entry});
     auto installing = fixture.viewModel.install(fixture.software());
     QCoro::waitFor(fixture.viewModel.detectAllStatus());
@@ -400,39 +379,29 @@ void tst_SoftwareListViewModel::detectionSparesSoftwareInProgress()
 
 void tst_SoftwareListViewModel::selectionEndsWithTheCatalogEntry()
 {
-    Fixture fixture({installable(), installable(QStringLiteral("b"))});
+    Fixture fixture({installable(), installable(u"b"_s)});
     fixture.viewModel.setSelectedSoftware(fixture.software());
-    fixture.scratch.setCatalog({installable(QStringLiteral("b"))});
+    fixture.scratch.setCatalog({installable(u"b"_s)});
     QCoro::waitFor(fixture.viewModel.loadData());
     QCOMPARE(fixture.viewModel.selectedSoftware(), nullptr);
     QCOMPARE(fixture.viewModel.filteredModel()->rowCount(), 1);
-    QVERIFY(fixture.scratch.store.loadAll().contains(QStringLiteral("a")));
-}
-
-void tst_SoftwareListViewModel::userSwitchNoticeShowsOnce()
-{
-    Fixture fixture({installable()});
-    QVERIFY(!fixture.viewModel.showUserSwitchedAlert());
-    fixture.scratch.defaults.setTrue(QStringLiteral("needsReconfigureSoftware"), true);
-    QCoro::waitFor(fixture.viewModel.loadData());
-    QVERIFY(fixture.viewModel.showUserSwitchedAlert());
-    QVERIFY(!fixture.scratch.defaults.isTrue(QStringLiteral("needsReconfigureSoftware")));
+    QVERIFY(fixture.scratch.store.loadAll().contains(u"a"_s));
 }
 
 void tst_SoftwareListViewModel::viewModelMayGoWhileAnOperationRuns()
 {
     Scratch scratch;
     SoftwareCatalogEntry entry = installable();
-    entry.installCommand = QStringLiteral("sleep 0.2; echo late; touch ~/installed");
+    entry.installCommand = u"sleep 0.2; echo late; touch ~/installed"_s;
     scratch.setCatalog({entry});
     auto viewModel = std::make_unique<SoftwareListViewModel>(scratch.services());
     QCoro::waitFor(viewModel->loadData());
-    auto installing = viewModel->install(viewModel->software(QStringLiteral("a")));
+    auto installing = viewModel->install(viewModel->software(u"a"_s));
     auto loading = viewModel->loadData();
     viewModel.reset();
     QCoro::waitFor(std::move(installing));
     QCoro::waitFor(std::move(loading));
-    QVERIFY(QFile::exists(scratch.path(QStringLiteral("installed"))));
+    QVERIFY(QFile::exists(scratch.path(u"installed"_s)));
 }
 
 QTEST_GUILESS_MAIN(tst_SoftwareListViewModel)

@@ -1,9 +1,10 @@
+#include "Support/Table.h"
 #include "Utilities/Text.h"
 #include "ViewModels/TerminalOutput.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -13,8 +14,7 @@ void append(TerminalOutput &output, const QString &text)
     output.append(QUtf8StringView(text.toUtf8()));
 }
 
-const QString meterAt45 =
-    QStringLiteral(" 45 1000M   45  450M    0     0  10.0M      0  0:01:40  0:00:45  0:00:55 11.0M");
+const QString meterAt45 = u" 45 1000M   45  450M    0     0  10.0M      0  0:01:40  0:00:45  0:00:55 11.0M"_s;
 
 } // namespace
 
@@ -36,16 +36,15 @@ private Q_SLOTS:
 
 void tst_TerminalOutput::shownTail_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("shown");
+    const auto row = columns<QString, QString>("text", "shown");
     const QString tail(5999, u'b');
-    QTest::newRow("nothing") << QString() << "等待输出...";
-    QTest::newRow("6000 characters") << QString(6000, u'a') << QString(6000, u'a');
-    QTest::newRow("6001 characters") << QStringLiteral("xy") + tail << QStringLiteral("...\ny") + tail;
-    QTest::newRow("6001 Chinese characters") << QString(6001, u'中') << QStringLiteral("...\n") + QString(6000, u'中');
-    QTest::newRow("much more") << QString(3'000'000, u'中') + tail << QStringLiteral("...\n中") + tail;
-    const QString family = QStringLiteral("👨‍👩‍👧‍👦");
-    QTest::newRow("long characters") << family.repeated(6002) << QStringLiteral("...\n") + family.repeated(6000);
+    row("nothing", {}, u"等待输出..."_s);
+    row("6000 characters", QString(6000, u'a'), QString(6000, u'a'));
+    row("6001 characters", u"xy"_s + tail, u"...\ny"_s + tail);
+    row("6001 Chinese characters", QString(6001, u'中'), u"...\n"_s + QString(6000, u'中'));
+    row("much more", QString(3'000'000, u'中') + tail, u"...\n中"_s + tail);
+    const QString family = u"👨‍👩‍👧‍👦"_s;
+    row("long characters", family.repeated(6002), u"...\n"_s + family.repeated(6000));
 }
 
 void tst_TerminalOutput::shownTail()
@@ -61,18 +60,16 @@ void tst_TerminalOutput::shownTail()
 
 void tst_TerminalOutput::charactersAreUserPerceived_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("last");
-    QTest::newRow("fewer than asked") << "ab" << 3 << "ab";
-    QTest::newRow("combining mark") << "xe\u0301y" << 2 << "e\u0301y";
-    QTest::newRow("mark at the end") << "xye\u0301" << 2 << "ye\u0301";
-    QTest::newRow("surrogates") << "a😀b" << 2 << "😀b";
-    QTest::newRow("joined emoji") << "a👩‍🚀b" << 2 << "👩‍🚀b";
-    QTest::newRow("flags") << "a🇨🇳🇫🇷" << 2 << "🇨🇳🇫🇷";
-    QTest::newRow("carriage return and line feed") << "a\r\nb" << 2 << "\r\nb";
-    QTest::newRow("line feed after Chinese") << "中\n文" << 2 << "\n文";
-    QTest::newRow("none") << "abc" << 0 << "";
+    const auto row = columns<QString, int, QString>("text", "count", "last");
+    row("fewer than asked", u"ab"_s, 3, u"ab"_s);
+    row("combining mark", u"xe\u0301y"_s, 2, u"e\u0301y"_s);
+    row("mark at the end", u"xye\u0301"_s, 2, u"ye\u0301"_s);
+    row("surrogates", u"a😀b"_s, 2, u"😀b"_s);
+    row("joined emoji", u"a👩‍🚀b"_s, 2, u"👩‍🚀b"_s);
+    row("flags", u"a🇨🇳🇫🇷"_s, 2, u"🇨🇳🇫🇷"_s);
+    row("carriage return and line feed", u"a\r\nb"_s, 2, u"\r\nb"_s);
+    row("line feed after Chinese", u"中\n文"_s, 2, u"\n文"_s);
+    row("none", u"abc"_s, 0, u""_s);
 }
 
 void tst_TerminalOutput::charactersAreUserPerceived()
@@ -85,33 +82,31 @@ void tst_TerminalOutput::charactersAreUserPerceived()
 void tst_TerminalOutput::colourEscapesAreNotShown()
 {
     TerminalOutput output;
-    append(output, QStringLiteral("\x1B[1;32mready\x1B[0m [x]\x1B[2K\n"));
-    QTRY_COMPARE(output.displayText(), QStringLiteral("ready [x]\n"));
+    append(output, u"\x1B[1;32mready\x1B[0m [x]\x1B[2K\n"_s);
+    QTRY_COMPARE(output.displayText(), u"ready [x]\n"_s);
     QCOMPARE(output.text(), "\x1B[1;32mready\x1B[0m [x]\x1B[2K\n");
 }
 
 void tst_TerminalOutput::curlProgress_data()
 {
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<double>("fraction"); // -1 for none
+    // fraction: -1 for none
+    const auto row = columns<QString, double>("output", "fraction");
 
-    const QString at12 = QString(meterAt45).replace(QStringLiteral(" 45 "), QStringLiteral(" 12 "));
-    QTest::newRow("empty") << QString() << -1.0;
-    QTest::newRow("meter line") << meterAt45 << 0.45;
-    QTest::newRow("redrawn by carriage returns, the last counts") << at12 + u'\r' + meterAt45 << 0.45;
-    QTest::newRow("ordinary lines behind it") << meterAt45 + QStringLiteral("\r\nUnpacking\n") << 0.45;
-    QTest::newRow("unknown time") << "  0     0    0     0    0     0      0      0 --:--:-- --:--:-- --:--:--     0"
-                                  << 0.0;
-    QTest::newRow("decimal percentage") << "99.5 1 2 3 4 5 6 7 0:00:01 x" << 0.995;
-    QTest::newRow("over 100 is not progress") << meterAt45 + QStringLiteral("\n120 1 2 3 4 5 6 7 0:00:01") << 0.45;
-    QTest::newRow("eight fields") << "45 1 2 3 4 5 6 0:00:01" << -1.0;
-    QTest::newRow("ninth is no time") << "45 1 2 3 4 5 6 7 8 0:00:01" << -1.0;
-    QTest::newRow("not a number") << "nan 1 2 3 4 5 6 7 0:00:01" << -1.0;
-    QTest::newRow("scrolled out of 400 characters") << meterAt45 + u'\n' + QString(400, u'x') << -1.0;
-    QTest::newRow("finished") << meterAt45 + QStringLiteral("\n✅ 安装完成\n") << -1.0;
-    QTest::newRow("failed") << meterAt45 + QStringLiteral("\n❌ 安装失败 (exit code: 2)\n") << -1.0;
-    QTest::newRow("mark older than 100 characters")
-        << QStringLiteral("✅") + QString(100, u' ') + u'\n' + meterAt45 << 0.45;
+    const QString at12 = QString(meterAt45).replace(u" 45 "_s, u" 12 "_s);
+    row("empty", {}, -1.0);
+    row("meter line", meterAt45, 0.45);
+    row("redrawn by carriage returns, the last counts", at12 + u'\r' + meterAt45, 0.45);
+    row("ordinary lines behind it", meterAt45 + u"\r\nUnpacking\n"_s, 0.45);
+    row("unknown time", u"  0     0    0     0    0     0      0      0 --:--:-- --:--:-- --:--:--     0"_s, 0.0);
+    row("decimal percentage", u"99.5 1 2 3 4 5 6 7 0:00:01 x"_s, 0.995);
+    row("over 100 is not progress", meterAt45 + u"\n120 1 2 3 4 5 6 7 0:00:01"_s, 0.45);
+    row("eight fields", u"45 1 2 3 4 5 6 0:00:01"_s, -1.0);
+    row("ninth is no time", u"45 1 2 3 4 5 6 7 8 0:00:01"_s, -1.0);
+    row("not a number", u"nan 1 2 3 4 5 6 7 0:00:01"_s, -1.0);
+    row("scrolled out of 400 characters", meterAt45 + u'\n' + QString(400, u'x'), -1.0);
+    row("finished", meterAt45 + u"\n✅ 安装完成\n"_s, -1.0);
+    row("failed", meterAt45 + u"\n❌ 安装失败 (exit code: 2)\n"_s, -1.0);
+    row("mark older than 100 characters", u"✅"_s + QString(100, u' ') + u'\n' + meterAt45, 0.45);
 }
 
 void tst_TerminalOutput::curlProgress()
@@ -127,7 +122,7 @@ void tst_TerminalOutput::shownAtMostSixtyTimesASecondAndOnceAtTheEnd()
     QTimer lines;
     int count = 0;
     connect(&lines, &QTimer::timeout, &output, [&] {
-        append(output, QStringLiteral("%1\n").arg(++count));
+        append(output, u"%1\n"_s.arg(++count));
         if (count == 300)
             lines.stop();
     });
@@ -135,7 +130,7 @@ void tst_TerminalOutput::shownAtMostSixtyTimesASecondAndOnceAtTheEnd()
     elapsed.start();
     lines.start(1ms);
     QTRY_COMPARE(count, 300);
-    QTRY_VERIFY(output.displayText().endsWith(QStringLiteral("300\n")));
+    QTRY_VERIFY(output.displayText().endsWith(u"300\n"_s));
     QCOMPARE_LE(shown.count(), elapsed.elapsed() / 15 + 2);
     QCOMPARE_LT(shown.count(), 300);
 }
@@ -144,10 +139,10 @@ void tst_TerminalOutput::clearingTellsAtOnce()
 {
     TerminalOutput output;
     QSignalSpy empty(&output, &TerminalOutput::isEmptyChanged);
-    append(output, QStringLiteral("x"));
+    append(output, u"x"_s);
     output.clear();
     QCOMPARE(empty.count(), 2);
-    QCOMPARE(output.displayText(), QStringLiteral("等待输出..."));
+    QCOMPARE(output.displayText(), u"等待输出..."_s);
     QSignalSpy shown(&output, &TerminalOutput::shownChanged);
     QTest::qWait(40);
     QCOMPARE(shown.count(), 0);

@@ -1,4 +1,5 @@
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 #include "ViewModels/TokenProxyViewModel.h"
 
 using namespace Qt::StringLiterals;
@@ -14,13 +15,12 @@ private Q_SLOTS:
 
 void tst_TokenProxyViewModel::key_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("shortened");
+    const auto row = columns<QString, QString>("key", "shortened");
     const QString forty = u"sk-4567890123456789012345678901234567890"_s;
-    QTest::newRow("long") << forty << u"sk-45678901234567890..."_s;
-    QTest::newRow("just 20") << forty.left(20) << forty.left(20) + u"..."_s;
-    QTest::newRow("short") << u"0123456789"_s << u"0123456789..."_s;
-    QTest::newRow("characters of two code units") << u"🔑"_s.repeated(21) << u"🔑"_s.repeated(20) + u"..."_s;
+    row("long", forty, u"sk-45678901234567890..."_s);
+    row("just 20", forty.left(20), forty.left(20) + u"..."_s);
+    row("short", u"0123456789"_s, u"0123456789..."_s);
+    row("characters of two code units", u"🔑"_s.repeated(21), u"🔑"_s.repeated(20) + u"..."_s);
 }
 
 void tst_TokenProxyViewModel::key()

@@ -1,8 +1,7 @@
-#include "DevServer.h"
 #include "Platform/Clock.h"
 #include "Services/AuthService.h"
-#include "Services/TokenAPIService.h"
-#include "Support/Scratch.h"
+#include "Support/Served.h"
+#include "Support/Table.h"
 #include "ViewModels/TokenViewModel.h"
 
 #include <QCoroTimer>
@@ -59,11 +58,6 @@ private:
     QList<Sleeper> m_sleepers;
 };
 
-QByteArray envelope(const QByteArray &data)
-{
-    return R"({"code":0,"message":"ok","data":)" + data + '}';
-}
-
 QByteArray balance(int total)
 {
     return QByteArray(R"({"totalBalance":%1,"usedToday":1500,"usedThisMonth":2000000})")
@@ -92,7 +86,7 @@ const TokenPackage &package(int index)
 }
 
 /// A signed-in account on a server that answers as it is told, and the view model over it.
-struct Fixture {
+struct Fixture : Served {
     Fixture() { auth.handleCallback(QUrl(u"x-vaelix://callback?token=t&user_id=u"_s)); }
     ~Fixture()
     {
@@ -104,23 +98,15 @@ struct Fixture {
             scratch.keychain.remove(key);
     }
 
-    void answer(const QString &path, const QByteArray &data, const QByteArray &method = "GET")
-    {
-        server.faults().set(method, u"/api/v1/token"_s + path, {.status = 200, .body = envelope(data)});
-    }
-    void fail(const QString &path, int status, const QByteArray &method = "GET")
-    {
-        server.faults().set(method, u"/api/v1/token"_s + path, {.status = status, .body = "oops"});
-    }
     void answerStatus(const QByteArray &orderNo, const QByteArray &status)
     {
-        answer(u"/recharge/%1/status"_s.arg(QString::fromUtf8(orderNo)), R"({"status":")" + status + "\"}");
+        answerData(u"/token/recharge/%1/status"_s.arg(QString::fromUtf8(orderNo)), R"({"status":")" + status + "\"}");
     }
 
     /// Buys a package with that order number and goes on until the poll sleeps for the first time.
     void buy(const QByteArray &orderNo, int index = 2)
     {
-        answer(u"/recharge"_s, order(orderNo), "POST");
+        answerData(u"/token/recharge"_s, order(orderNo), "POST");
         QCoro::waitFor(viewModel->purchase(package(index)));
     }
     /// Lets 2 seconds pass and the poll ask; true when it sleeps again.
@@ -153,14 +139,10 @@ struct Fixture {
         return !viewModel->isPolling() && !viewModel->showPaymentSheet() && !viewModel->isPurchasing();
     }
 
-    devserver::DevServer server{devserver::ServerState{}};
-    QString origin = server.start(0).value();
-    Scratch scratch{origin};
     AuthService auth{{origin, origin}, scratch.keychain, scratch.defaults, scratch.folders, [](const QString &) { }};
-    TokenAPIService api{scratch.api};
     ManualClock clock;
     std::unique_ptr<TokenViewModel> viewModel =
-        std::make_unique<TokenViewModel>(TokenViewModel::Services{api, auth, clock});
+        std::make_unique<TokenViewModel>(TokenViewModel::Services{tokenAPI, auth, clock});
 };
 
 } // namespace
@@ -197,11 +179,11 @@ void tst_TokenViewModel::load()
     TokenViewModel &viewModel = *fixture.viewModel;
     QVERIFY(!viewModel.balance()
             && viewModel.tabTitles() == (QStringList{u"购买套餐"_s, u"消费记录"_s, u"API 接入"_s}));
-    fixture.answer(u"/balance"_s, balance(999));
-    fixture.answer(
-        u"/packages"_s,
+    fixture.answerData(u"/token/balance"_s, balance(999));
+    fixture.answerData(
+        u"/token/packages"_s,
         R"([{"id":"a","name":"甲","tokenCount":1,"price":1,"currency":"CNY","isPopular":false,"packageDescription":""}])");
-    fixture.answer(u"/transactions"_s, history({transaction("1", "gift"), transaction("2", "bonus")}));
+    fixture.answerData(u"/token/transactions"_s, history({transaction("1", "gift"), transaction("2", "bonus")}));
     QSignalSpy loading(&viewModel, &TokenViewModel::isLoadingChanged);
     auto load = viewModel.loadData();
     QVERIFY(viewModel.isLoading());
@@ -221,7 +203,7 @@ void tst_TokenViewModel::load()
     QCOMPARE(amountOf(1), u"+1500"_s);
 
     const QDateTime before = QDateTime::currentDateTime();
-    fixture.answer(u"/balance"_s, balance(1000));
+    fixture.answerData(u"/token/balance"_s, balance(1000));
     QCoro::waitFor(viewModel.loadBalance());
     QCOMPARE(viewModel.balance(), held);
     QCOMPARE(held->totalBalance(), 1000);
@@ -230,9 +212,8 @@ void tst_TokenViewModel::load()
 
 void tst_TokenViewModel::loadOfWhatFails_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("data");
-    for (const char *path : {"/balance", "/packages", "/transactions"})
+    columns<QString, QByteArray>("path", "data");
+    for (const char *path : {"/token/balance", "/token/packages", "/token/transactions"})
         for (const char *data : {"null", "7", R"([{"id":"a"}])"})
             QTest::addRow("%s %s", path, data) << QString::fromLatin1(path) << QByteArray(data);
 }
@@ -242,14 +223,14 @@ void tst_TokenViewModel::loadOfWhatFails()
     QFETCH(QString, path);
     QFETCH(QByteArray, data);
     Fixture fixture;
-    fixture.answer(u"/balance"_s, balance(7));
-    fixture.answer(u"/packages"_s, "[]");
-    fixture.answer(u"/transactions"_s, history({transaction("1")}));
-    fixture.answer(path, data);
+    fixture.answerData(u"/token/balance"_s, balance(7));
+    fixture.answerData(u"/token/packages"_s, "[]");
+    fixture.answerData(u"/token/transactions"_s, history({transaction("1")}));
+    fixture.answerData(path, data);
     QCoro::waitFor(fixture.viewModel->loadData());
-    QCOMPARE(fixture.viewModel->balance() == nullptr, path == u"/balance"_s);
-    QCOMPARE(fixture.viewModel->packages()->packages().size(), path == u"/packages"_s ? 4 : 0);
-    QCOMPARE(fixture.viewModel->transactions()->isEmpty(), path == u"/transactions"_s);
+    QCOMPARE(fixture.viewModel->balance() == nullptr, path == u"/token/balance"_s);
+    QCOMPARE(fixture.viewModel->packages()->packages().size(), path == u"/token/packages"_s ? 4 : 0);
+    QCOMPARE(fixture.viewModel->transactions()->isEmpty(), path == u"/token/transactions"_s);
     QCOMPARE(fixture.viewModel->errorMessage(), QString());
     QVERIFY(!fixture.viewModel->isLoading());
 }
@@ -257,11 +238,11 @@ void tst_TokenViewModel::loadOfWhatFails()
 void tst_TokenViewModel::failureLaterKeepsWhatWasLoaded()
 {
     Fixture fixture;
-    fixture.answer(u"/balance"_s, balance(7));
-    fixture.answer(u"/transactions"_s, history({transaction("1")}));
+    fixture.answerData(u"/token/balance"_s, balance(7));
+    fixture.answerData(u"/token/transactions"_s, history({transaction("1")}));
     QCoro::waitFor(fixture.viewModel->loadData());
-    fixture.fail(u"/balance"_s, 500);
-    fixture.fail(u"/transactions"_s, 401);
+    fixture.fail(u"/token/balance"_s, 500);
+    fixture.fail(u"/token/transactions"_s, 401);
     QCoro::waitFor(fixture.viewModel->loadData());
     QCOMPARE(fixture.viewModel->balance()->totalBalance(), 7);
     QCOMPARE(fixture.viewModel->transactions()->rowCount(), 1);
@@ -275,7 +256,7 @@ void tst_TokenViewModel::longHistoryAsRows()
     for (int row = 0; row < count; ++row)
         rows.append(transaction(QByteArray::number(row)));
     Fixture fixture;
-    fixture.answer(u"/transactions"_s, history(rows));
+    fixture.answerData(u"/token/transactions"_s, history(rows));
     QSignalSpy resets(fixture.viewModel->transactions(), &QAbstractItemModel::modelReset);
     QSignalSpy emptiness(fixture.viewModel->transactions(), &TokenTransactionListModel::isEmptyChanged);
     QCoro::waitFor(fixture.viewModel->loadTransactions());
@@ -300,14 +281,12 @@ void tst_TokenViewModel::longHistoryAsRows()
 
 void tst_TokenViewModel::orderThatFails_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("refused") << 500 << QByteArray("oops") << u"创建订单失败: HTTP 500: oops"_s;
-    QTest::newRow("signed out") << 401 << QByteArray() << u"创建订单失败: 认证过期，请重新登录"_s;
-    QTest::newRow("no data") << 200 << envelope("null") << u"创建订单失败: 无效的服务器响应"_s;
-    QTest::newRow("no number") << 200 << envelope(R"({"qrUrl":"","amountYuan":1})")
-                               << u"创建订单失败: 数据解析错误: 字段 “data” 字段 “orderNo” 缺失"_s;
+    const auto row = columns<int, QByteArray, QString>("status", "body", "message");
+    row("refused", 500, "oops", u"创建订单失败: HTTP 500: oops"_s);
+    row("signed out", 401, {}, u"创建订单失败: 认证过期，请重新登录"_s);
+    row("no data", 200, envelope("null"), u"创建订单失败: 无效的服务器响应"_s);
+    row("no number", 200, envelope(R"({"qrUrl":"","amountYuan":1})"),
+        u"创建订单失败: 数据解析错误: 字段 “data” 字段 “orderNo” 缺失"_s);
 }
 
 void tst_TokenViewModel::orderThatFails()
@@ -315,7 +294,7 @@ void tst_TokenViewModel::orderThatFails()
     QFETCH(int, status);
     QFETCH(QByteArray, body);
     Fixture fixture;
-    fixture.server.faults().set("POST", u"/api/v1/token/recharge"_s, {.status = status, .body = body});
+    fixture.answer(u"/token/recharge"_s, body, status, "POST");
     QCoro::waitFor(fixture.viewModel->purchase(package(0)));
     QTEST(fixture.viewModel->errorMessage(), "message");
     QVERIFY(fixture.isIdle());
@@ -329,7 +308,7 @@ void tst_TokenViewModel::paymentThatArrives()
 {
     Fixture fixture;
     TokenViewModel &viewModel = *fixture.viewModel;
-    fixture.answer(u"/recharge"_s, order("N"), "POST");
+    fixture.answerData(u"/token/recharge"_s, order("N"), "POST");
     auto purchase = viewModel.purchase(package(2));
     QVERIFY(viewModel.isPurchasing() && !viewModel.showPaymentSheet());
     QCoro::waitFor(std::move(purchase));
@@ -347,14 +326,14 @@ void tst_TokenViewModel::paymentThatArrives()
         QVERIFY(fixture.pollOnce());
     }
     for (const int failure : {500, 401}) {
-        fixture.fail(u"/recharge/N/status"_s, failure);
+        fixture.fail(u"/token/recharge/N/status"_s, failure);
         QVERIFY(fixture.pollOnce());
     }
     QVERIFY(viewModel.isPolling() && viewModel.showPaymentSheet());
 
     fixture.answerStatus("N", "paid");
-    fixture.answer(u"/balance"_s, balance(2'000'000));
-    fixture.answer(u"/transactions"_s, history({transaction("1", "purchase")}));
+    fixture.answerData(u"/token/balance"_s, balance(2'000'000));
+    fixture.answerData(u"/token/transactions"_s, history({transaction("1", "purchase")}));
     QSignalSpy refreshed(viewModel.transactions(), &QAbstractItemModel::modelReset);
     fixture.clock.advance(2s);
     QVERIFY(refreshed.wait());
@@ -378,7 +357,7 @@ void tst_TokenViewModel::closedSheetDoesNotEndTheRefresh()
     });
     fixture.buy("N");
     fixture.answerStatus("N", "paid");
-    fixture.answer(u"/balance"_s, balance(5));
+    fixture.answerData(u"/token/balance"_s, balance(5));
     QSignalSpy refreshed(&viewModel, &TokenViewModel::balanceChanged);
     fixture.clock.advance(2s);
     QVERIFY(refreshed.wait());
@@ -426,11 +405,11 @@ Q_DECLARE_METATYPE(End)
 /// Every way a poll ends without a result.
 static void endings()
 {
-    QTest::addColumn<End>("end");
-    QTest::newRow("stop") << End([](Fixture &fixture) { fixture.viewModel->stopPolling(); });
-    QTest::newRow("close the sheet") << End([](Fixture &fixture) { fixture.viewModel->setShowPaymentSheet(false); });
-    QTest::newRow("sign out") << End([](Fixture &fixture) { fixture.auth.logout(); });
-    QTest::newRow("leave the screen") << End([](Fixture &fixture) { fixture.viewModel.reset(); });
+    const auto row = columns<End>("end");
+    row("stop", End([](Fixture &fixture) { fixture.viewModel->stopPolling(); }));
+    row("close the sheet", End([](Fixture &fixture) { fixture.viewModel->setShowPaymentSheet(false); }));
+    row("sign out", End([](Fixture &fixture) { fixture.auth.logout(); }));
+    row("leave the screen", End([](Fixture &fixture) { fixture.viewModel.reset(); }));
 }
 
 void tst_TokenViewModel::endDuringTheSleep_data()
@@ -526,7 +505,7 @@ void tst_TokenViewModel::twoOrdersAtOnce()
 void tst_TokenViewModel::signOutWhileTheOrderIsCreated()
 {
     Fixture fixture;
-    fixture.answer(u"/recharge"_s, order("N"), "POST");
+    fixture.answerData(u"/token/recharge"_s, order("N"), "POST");
     auto purchase = fixture.viewModel->purchase(package(0));
     fixture.auth.logout();
     QCoro::waitFor(std::move(purchase));

@@ -18,7 +18,6 @@ class tst_DevServerProgram : public QObject
 
 private Q_SLOTS:
     void firstLineIsAnOriginThatServesTheGivenFiles();
-    void endsCleanlyOnASignal_data();
     void endsCleanlyOnASignal();
     void refusesWithStatusAndReason_data();
     void refusesWithStatusAndReason();
@@ -72,23 +71,17 @@ void tst_DevServerProgram::firstLineIsAnOriginThatServesTheGivenFiles()
     QVERIFY(program.waitForFinished());
 }
 
-void tst_DevServerProgram::endsCleanlyOnASignal_data()
-{
-    const auto row = columns<int>("signal");
-    row("SIGTERM", SIGTERM);
-    row("SIGINT", SIGINT);
-}
-
 void tst_DevServerProgram::endsCleanlyOnASignal()
 {
-    QFETCH(int, signal);
-    QProcess program;
-    start(program, {u"--port"_s, u"0"_s});
-    QCOMPARE(::kill(static_cast<pid_t>(program.processId()), signal), 0);
-    QVERIFY(program.waitForFinished());
-    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(program.exitCode(), 0);
-    QCOMPARE(program.readAllStandardError(), QByteArray());
+    for (const int signal : {SIGTERM, SIGINT}) {
+        QProcess program;
+        start(program, {u"--port"_s, u"0"_s});
+        QCOMPARE(::kill(static_cast<pid_t>(program.processId()), signal), 0);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+    }
 }
 
 void tst_DevServerProgram::refusesWithStatusAndReason_data()

@@ -1,11 +1,14 @@
+#include "Support/Table.h"
+
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 #include <filesystem>
 #include <memory>
 #include <plist/plist.h>
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -44,10 +47,7 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
-    QStringList leftBehind() const
-    {
-        return QDir(path(QStringLiteral("tmp"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    }
+    QStringList leftBehind() const { return QDir(path(u"tmp"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot); }
     QByteArray read(const QString &file) const;
     void write(const QString &file, const QByteArray &content) const;
     void link(const QString &target, const QString &name) const;
@@ -55,7 +55,7 @@ private:
     QByteArray makeImage(Form form) const;
     Outcome run(const QStringList &arguments) const;
     Outcome attach(const QString &image) const;
-    Outcome detach(const QString &mountPoint, const QStringList &options = {QStringLiteral("-quiet")}) const;
+    Outcome detach(const QString &mountPoint, const QStringList &options = {u"-quiet"_s}) const;
     static QString mountPoint(const QByteArray &propertyList);
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -65,7 +65,7 @@ void tst_hdiutil::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     QDir folder(m_folder->path());
-    QVERIFY(folder.mkdir(QStringLiteral("tmp")) && folder.mkdir(QStringLiteral("content")));
+    QVERIFY(folder.mkdir(u"tmp"_s) && folder.mkdir(u"content"_s));
 }
 
 QByteArray tst_hdiutil::read(const QString &file) const
@@ -91,12 +91,11 @@ void tst_hdiutil::link(const QString &target, const QString &name) const
 QByteArray tst_hdiutil::makeImage(Form form) const
 {
     QProcess maker;
-    const QString image = path(QStringLiteral("made.img"));
+    const QString image = path(u"made.img"_s);
     QFile::remove(image);
-    maker.start(QStringLiteral("xorriso"),
-                {QStringLiteral("-as"), QStringLiteral("mkisofs"), QStringLiteral("-quiet"), QStringLiteral("-hfsplus"),
-                 QStringLiteral("-V"), QStringLiteral("Vaelix"), QStringLiteral("-o"), image,
-                 path(QStringLiteral("content"))});
+    maker.start(
+        u"xorriso"_s,
+        {u"-as"_s, u"mkisofs"_s, u"-quiet"_s, u"-hfsplus"_s, u"-V"_s, u"Vaelix"_s, u"-o"_s, image, path(u"content"_s)});
     if (!maker.waitForFinished(60'000) || maker.exitCode() != 0)
         qFatal("xorriso: %s", maker.readAllStandardError().constData());
     const QByteArray bytes = read(image);
@@ -108,8 +107,8 @@ Outcome tst_hdiutil::run(const QStringList &arguments) const
 {
     QProcess program;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("TMPDIR"), path(QStringLiteral("tmp")));
-    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    environment.insert(u"TMPDIR"_s, path(u"tmp"_s));
+    environment.insert(u"LC_ALL"_s, u"C"_s);
     program.setProcessEnvironment(environment);
     program.setWorkingDirectory(m_folder->path());
     program.start(QStringLiteral(HDIUTIL), arguments);
@@ -120,13 +119,12 @@ Outcome tst_hdiutil::run(const QStringList &arguments) const
 
 Outcome tst_hdiutil::attach(const QString &image) const
 {
-    return run({QStringLiteral("attach"), image, QStringLiteral("-nobrowse"), QStringLiteral("-noverify"),
-                QStringLiteral("-plist")});
+    return run({u"attach"_s, image, u"-nobrowse"_s, u"-noverify"_s, u"-plist"_s});
 }
 
 Outcome tst_hdiutil::detach(const QString &mountPoint, const QStringList &options) const
 {
-    return run(QStringList{QStringLiteral("detach"), mountPoint} + options);
+    return run(QStringList{u"detach"_s, mountPoint} + options);
 }
 
 QString tst_hdiutil::mountPoint(const QByteArray &propertyList)
@@ -140,35 +138,34 @@ QString tst_hdiutil::mountPoint(const QByteArray &propertyList)
 
 void tst_hdiutil::attachedVolumeHasTheContent_data()
 {
-    QTest::addColumn<int>("form");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("hybrid") << int(Form::Hybrid) << "update.zip";
-    QTest::newRow("HFS+") << int(Form::HFS) << "update.zip";
-    QTest::newRow("name that looks like an option") << int(Form::HFS) << "-o*.dmg";
-    QTest::newRow("name that is not ASCII") << int(Form::HFS) << "更新 包.dmg";
+    const auto row = columns<int, QString>("form", "name");
+    row("hybrid", int(Form::Hybrid), u"update.zip"_s);
+    row("HFS+", int(Form::HFS), u"update.zip"_s);
+    row("name that looks like an option", int(Form::HFS), u"-o*.dmg"_s);
+    row("name that is not ASCII", int(Form::HFS), u"更新 包.dmg"_s);
 }
 
 void tst_hdiutil::attachedVolumeHasTheContent()
 {
     QFETCH(int, form);
     QFETCH(QString, name);
-    write(QStringLiteral("content/Foo.app/Contents/MacOS/Foo"), "#!/bin/sh\n");
-    QVERIFY(QFile::setPermissions(path(QStringLiteral("content/Foo.app/Contents/MacOS/Foo")),
+    write(u"content/Foo.app/Contents/MacOS/Foo"_s, "#!/bin/sh\n");
+    QVERIFY(QFile::setPermissions(path(u"content/Foo.app/Contents/MacOS/Foo"_s),
                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    write(QStringLiteral("content/Foo.app/Contents/说明.txt"), "文本");
-    link(QStringLiteral("MacOS/Foo"), QStringLiteral("content/Foo.app/Contents/Current"));
+    write(u"content/Foo.app/Contents/说明.txt"_s, "文本");
+    link(u"MacOS/Foo"_s, u"content/Foo.app/Contents/Current"_s);
     write(name, makeImage(Form(form)));
 
     const Outcome attached = attach(name);
     QVERIFY2(attached.exitCode == 0, attached.error.constData());
     const QString volume = mountPoint(attached.output);
-    QCOMPARE(QDir(volume).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{QStringLiteral("Foo.app")});
-    const QString contents = volume + QStringLiteral("/Foo.app/Contents/");
-    QCOMPARE(read(contents + QStringLiteral("MacOS/Foo")), "#!/bin/sh\n");
-    QVERIFY(QFileInfo(contents + QStringLiteral("MacOS/Foo")).isExecutable());
-    QCOMPARE(read(contents + QStringLiteral("说明.txt")), "文本");
-    QVERIFY(!QFileInfo(contents + QStringLiteral("说明.txt")).isExecutable());
-    QCOMPARE(std::filesystem::read_symlink((contents + QStringLiteral("Current")).toStdString()), "MacOS/Foo");
+    QCOMPARE(QDir(volume).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"Foo.app"_s});
+    const QString contents = volume + u"/Foo.app/Contents/"_s;
+    QCOMPARE(read(contents + u"MacOS/Foo"_s), "#!/bin/sh\n");
+    QVERIFY(QFileInfo(contents + u"MacOS/Foo"_s).isExecutable());
+    QCOMPARE(read(contents + u"说明.txt"_s), "文本");
+    QVERIFY(!QFileInfo(contents + u"说明.txt"_s).isExecutable());
+    QCOMPARE(std::filesystem::read_symlink((contents + u"Current"_s).toStdString()), "MacOS/Foo");
     const auto mode = std::filesystem::status(QFileInfo(volume).path().toStdString()).permissions();
     QCOMPARE(int(mode), 0700);
 
@@ -179,13 +176,13 @@ void tst_hdiutil::attachedVolumeHasTheContent()
 
 void tst_hdiutil::attachingTwiceGivesTwoVolumes()
 {
-    write(QStringLiteral("content/file"), "x");
-    write(QStringLiteral("a.dmg"), makeImage(Form::HFS));
-    const QString first = mountPoint(attach(QStringLiteral("a.dmg")).output);
-    const QString second = mountPoint(attach(QStringLiteral("a.dmg")).output);
+    write(u"content/file"_s, "x");
+    write(u"a.dmg"_s, makeImage(Form::HFS));
+    const QString first = mountPoint(attach(u"a.dmg"_s).output);
+    const QString second = mountPoint(attach(u"a.dmg"_s).output);
     QVERIFY(first != second);
-    QCOMPARE(detach(first, {QStringLiteral("-quiet"), QStringLiteral("-force")}).exitCode, 0);
-    QCOMPARE(read(second + QStringLiteral("/file")), "x");
+    QCOMPARE(detach(first, {u"-quiet"_s, u"-force"_s}).exitCode, 0);
+    QCOMPARE(read(second + u"/file"_s), "x");
     QVERIFY(detach(first).exitCode != 0); // there is nothing any more
     QCOMPARE(detach(second).exitCode, 0);
     QCOMPARE(leftBehind(), QStringList());
@@ -193,28 +190,28 @@ void tst_hdiutil::attachingTwiceGivesTwoVolumes()
 
 void tst_hdiutil::refusedImage_data()
 {
-    QTest::addColumn<QByteArray>("image");
+    const auto row = columns<QByteArray>("image");
     init();
-    write(QStringLiteral("content/file"), QByteArray(300'000, 'x'));
+    write(u"content/file"_s, QByteArray(300'000, 'x'));
     const QByteArray hybrid = makeImage(Form::Hybrid);
     const QByteArray volume = makeImage(Form::HFS);
-    QTest::newRow("truncated hybrid") << hybrid.first(hybrid.size() / 2);
-    QTest::newRow("truncated volume") << volume.first(100'000);
-    QTest::newRow("only its beginning") << hybrid.first(4096);
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("text") << QByteArray(100'000, 'x');
+    row("truncated hybrid", hybrid.first(hybrid.size() / 2));
+    row("truncated volume", volume.first(100'000));
+    row("only its beginning", hybrid.first(4096));
+    row("empty", "");
+    row("text", QByteArray(100'000, 'x'));
     QProcess packer;
     packer.setWorkingDirectory(m_folder->path());
-    packer.start(QStringLiteral("7z"), {QStringLiteral("a"), QStringLiteral("a.zip"), QStringLiteral("content")});
+    packer.start(u"7z"_s, {u"a"_s, u"a.zip"_s, u"content"_s});
     QVERIFY(packer.waitForFinished());
-    QTest::newRow("archive that is no image") << read(QStringLiteral("a.zip"));
+    row("archive that is no image", read(u"a.zip"_s));
 }
 
 void tst_hdiutil::refusedImage()
 {
     QFETCH(QByteArray, image);
-    write(QStringLiteral("a.dmg"), image);
-    for (const auto &name : {QStringLiteral("a.dmg"), QStringLiteral("none.dmg"), QStringLiteral("content")}) {
+    write(u"a.dmg"_s, image);
+    for (const auto &name : {u"a.dmg"_s, u"none.dmg"_s, u"content"_s}) {
         const Outcome attached = attach(name);
         QCOMPARE(attached.exitCode, 1);
         QCOMPARE(attached.output, "");
@@ -225,13 +222,13 @@ void tst_hdiutil::refusedImage()
 
 void tst_hdiutil::hostileImage_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("target"); // of a link with that name; a folder's else
-    QTest::newRow("absolute link") << "etc" << "/etc";
-    QTest::newRow("link to above the volume") << "up" << "..";
-    QTest::newRow("deep link to above the volume") << "a/b/up" << "../../../outside";
-    QTest::newRow("link to itself") << "loop" << "loop";
-    QTest::newRow("name that leads outside") << "QQ" << "";
+    // target: of a link with that name; a folder's else
+    const auto row = columns<QString, QString>("name", "target");
+    row("absolute link", u"etc"_s, u"/etc"_s);
+    row("link to above the volume", u"up"_s, u".."_s);
+    row("deep link to above the volume", u"a/b/up"_s, u"../../../outside"_s);
+    row("link to itself", u"loop"_s, u"loop"_s);
+    row("name that leads outside", u"QQ"_s, u""_s);
 }
 
 void tst_hdiutil::hostileImage()
@@ -239,31 +236,30 @@ void tst_hdiutil::hostileImage()
     QFETCH(QString, name);
     QFETCH(QString, target);
     if (target.isEmpty())
-        write(QStringLiteral("content/") + name + QStringLiteral("/evil.txt"), "evil");
+        write(u"content/"_s + name + u"/evil.txt"_s, "evil");
     else
-        link(target, QStringLiteral("content/") + name);
+        link(target, u"content/"_s + name);
     for (const Form form : {Form::Hybrid, Form::HFS}) {
         QByteArray image = makeImage(form);
         image.replace("QQ", "..").replace(QByteArrayView("\0Q\0Q", 4), QByteArrayView("\0.\0.", 4));
-        write(QStringLiteral("a.dmg"), image);
-        const Outcome attached = attach(QStringLiteral("a.dmg"));
+        write(u"a.dmg"_s, image);
+        const Outcome attached = attach(u"a.dmg"_s);
         QCOMPARE(attached.exitCode, 1);
         QCOMPARE(attached.output, "");
         QCOMPARE(leftBehind(), QStringList());
-        QVERIFY(!QFile::exists(path(QStringLiteral("evil.txt"))));
+        QVERIFY(!QFile::exists(path(u"evil.txt"_s)));
     }
 }
 
 void tst_hdiutil::imageThatUnpacksTooLarge()
 {
     // 33 names of one file of 64 MiB: a small image with more than 2 GiB in it.
-    QFile file(path(QStringLiteral("content/0")));
+    QFile file(path(u"content/0"_s));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(64 << 20));
     for (int i = 1; i <= 32; ++i)
-        std::filesystem::create_hard_link(file.fileName().toStdString(),
-                                          path(QStringLiteral("content/%1").arg(i)).toStdString());
-    write(QStringLiteral("a.dmg"), makeImage(Form::Hybrid));
-    const Outcome attached = attach(QStringLiteral("a.dmg"));
+        std::filesystem::create_hard_link(file.fileName().toStdString(), path(u"content/%1"_s.arg(i)).toStdString());
+    write(u"a.dmg"_s, makeImage(Form::Hybrid));
+    const Outcome attached = attach(u"a.dmg"_s);
     QCOMPARE(attached.exitCode, 1);
     QCOMPARE(attached.error, "hdiutil: 磁盘映像的内容太大\n");
     QCOMPARE(leftBehind(), QStringList());
@@ -271,54 +267,53 @@ void tst_hdiutil::imageThatUnpacksTooLarge()
 
 void tst_hdiutil::detachRemovesOnlyWhatAttachMade()
 {
-    write(QStringLiteral("content/folder/file"), "x");
-    write(QStringLiteral("a.dmg"), makeImage(Form::HFS));
-    const QString volume = mountPoint(attach(QStringLiteral("a.dmg")).output);
+    write(u"content/folder/file"_s, "x");
+    write(u"a.dmg"_s, makeImage(Form::HFS));
+    const QString volume = mountPoint(attach(u"a.dmg"_s).output);
     const QString folder = QFileInfo(volume).path();
-    write(QStringLiteral("tmp/other/volume/file"), "x");
-    write(QStringLiteral("tmp/vaelix-image-unmarked/volume/file"), "x");
-    write(QStringLiteral("tmp/vaelix-image-open/volume/file"), "x"); // others may enter it
-    write(QStringLiteral("tmp/vaelix-image-open/attached"), "");
-    write(QStringLiteral("vaelix-image-elsewhere/volume/file"), "x");
-    write(QStringLiteral("vaelix-image-elsewhere/attached"), "");
+    write(u"tmp/other/volume/file"_s, "x");
+    write(u"tmp/vaelix-image-unmarked/volume/file"_s, "x");
+    write(u"tmp/vaelix-image-open/volume/file"_s, "x"); // others may enter it
+    write(u"tmp/vaelix-image-open/attached"_s, "");
+    write(u"vaelix-image-elsewhere/volume/file"_s, "x");
+    write(u"vaelix-image-elsewhere/attached"_s, "");
     const auto owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-    QVERIFY(QFile::setPermissions(path(QStringLiteral("tmp/vaelix-image-unmarked")), owner));
-    QVERIFY(QFile::setPermissions(path(QStringLiteral("vaelix-image-elsewhere")), owner));
-    link(path(QStringLiteral("vaelix-image-elsewhere")), QStringLiteral("tmp/vaelix-image-link"));
+    QVERIFY(QFile::setPermissions(path(u"tmp/vaelix-image-unmarked"_s), owner));
+    QVERIFY(QFile::setPermissions(path(u"vaelix-image-elsewhere"_s), owner));
+    link(path(u"vaelix-image-elsewhere"_s), u"tmp/vaelix-image-link"_s);
     const QStringList before = leftBehind();
 
     const QStringList refused{folder,
-                              volume + QStringLiteral("/folder"),
-                              volume + QStringLiteral("/../../other/volume"),
-                              volume + QStringLiteral("/.."),
-                              path(QStringLiteral("tmp")),
-                              path(QStringLiteral("tmp/other/volume")),
-                              path(QStringLiteral("tmp/vaelix-image-unmarked/volume")),
-                              path(QStringLiteral("tmp/vaelix-image-open/volume")),
-                              path(QStringLiteral("tmp/vaelix-image-link/volume")),
-                              path(QStringLiteral("vaelix-image-elsewhere/volume")),
-                              QStringLiteral("volume"),
+                              volume + u"/folder"_s,
+                              volume + u"/../../other/volume"_s,
+                              volume + u"/.."_s,
+                              path(u"tmp"_s),
+                              path(u"tmp/other/volume"_s),
+                              path(u"tmp/vaelix-image-unmarked/volume"_s),
+                              path(u"tmp/vaelix-image-open/volume"_s),
+                              path(u"tmp/vaelix-image-link/volume"_s),
+                              path(u"vaelix-image-elsewhere/volume"_s),
+                              u"volume"_s,
                               QString(),
-                              QStringLiteral("/")};
+                              u"/"_s};
     for (const QString &mountPoint : refused) {
-        QVERIFY2(detach(mountPoint, {QStringLiteral("-quiet"), QStringLiteral("-force")}).exitCode == 1,
-                 qPrintable(mountPoint));
+        QVERIFY2(detach(mountPoint, {u"-quiet"_s, u"-force"_s}).exitCode == 1, qPrintable(mountPoint));
         QCOMPARE(leftBehind(), before);
     }
-    QCOMPARE(read(volume + QStringLiteral("/folder/file")), "x");
-    QCOMPARE(read(QStringLiteral("vaelix-image-elsewhere/volume/file")), "x");
-    QCOMPARE(read(QStringLiteral("tmp/vaelix-image-open/volume/file")), "x");
+    QCOMPARE(read(volume + u"/folder/file"_s), "x");
+    QCOMPARE(read(u"vaelix-image-elsewhere/volume/file"_s), "x");
+    QCOMPARE(read(u"tmp/vaelix-image-open/volume/file"_s), "x");
     QCOMPARE(detach(volume).exitCode, 0);
     QVERIFY(!QFile::exists(folder));
 }
 
 void tst_hdiutil::wrongUse_data()
 {
-    QTest::addColumn<QStringList>("arguments");
+    const auto row = columns<QStringList>("arguments");
     const auto words = [](const char *text) { return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts); };
     for (const char *line : {"", "attach", "attach a.dmg", "attach a.dmg -plist", "detach", "detach DIR",
                              "detach DIR -force", "eject DIR -quiet", "attach a.dmg -nobrowse -noverify -plist -x"})
-        QTest::newRow(*line ? line : "nothing") << words(line);
+        row(*line ? line : "nothing", words(line));
 }
 
 void tst_hdiutil::wrongUse()
