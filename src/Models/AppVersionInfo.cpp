@@ -1,17 +1,5 @@
 #include "AppVersionInfo.h"
 
-namespace {
-
-Decoded<bool> decodeFlag(JSONValue value)
-{
-    bool flag = false;
-    if (value.get(flag) != simdjson::SUCCESS)
-        return std::unexpected(DecodingError{QStringLiteral("应为布尔值")});
-    return flag;
-}
-
-} // namespace
-
 std::optional<AppVersionInfo> VersionCheckResponse::versionInfo() const
 {
     if (!hasUpdate || !latestVersion || !buildNumber)
@@ -31,7 +19,7 @@ Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value)
 {
     JSONReader json(value);
     return json.result(VersionCheckResponse{
-        .hasUpdate = json.value("has_update", decodeFlag),
+        .hasUpdate = json.value("has_update", decodeBoolean),
         .message = json.optionalText("message"),
         .latestVersion = json.optionalText("latest_version"),
         .buildNumber = json.optionalValue("build_number", decodeInteger),
@@ -39,6 +27,6 @@ Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value)
         .downloadURL = json.optionalText("download_url"),
         .fileSize = json.optionalValue("file_size", decodeInteger),
         .fileHash = json.optionalText("file_hash"),
-        .isMandatory = json.optionalValue("is_mandatory", decodeFlag),
+        .isMandatory = json.optionalValue("is_mandatory", decodeBoolean),
     });
 }

@@ -7,14 +7,6 @@
 
 namespace {
 
-Decoded<bool> decodeBoolean(JSONValue value)
-{
-    bool boolean = false;
-    if (value.get(boolean) != simdjson::SUCCESS)
-        return std::unexpected(DecodingError{QStringLiteral("应为布尔值")});
-    return boolean;
-}
-
 Decoded<TokenPackage> decodePackage(JSONValue value)
 {
     JSONReader json(value);

@@ -35,6 +35,11 @@ Decoded<double> decodeNumber(JSONValue value)
     return decodeAs<double>(value, QStringLiteral("应为数字"));
 }
 
+Decoded<bool> decodeBoolean(JSONValue value)
+{
+    return decodeAs<bool>(value, QStringLiteral("应为布尔值"));
+}
+
 Decoded<QStringList> decodeTexts(JSONValue value)
 {
     return decodeArray(value, decodeText);

@@ -75,6 +75,7 @@ private:
 Decoded<QString> decodeText(JSONValue value);
 Decoded<qint64> decodeInteger(JSONValue value);
 Decoded<double> decodeNumber(JSONValue value);
+Decoded<bool> decodeBoolean(JSONValue value);
 
 /// Decodes an array whose every element must decode.
 template<typename Decode> auto decodeArray(JSONValue value, Decode decodeElement)
