@@ -9,22 +9,11 @@ Item {
 
     required property string appVersion
     required property AuthService authService
+    required property UpdateViewModel updateViewModel
     /// Given by tests, by name: "dashboard", "software", "token", "tokenProxy", "changePassword".
     /// What is not given is made where it is used.
     property var viewModels: ({})
     property NavigationItem selectedItem: dashboard
-    property bool isCheckingUpdate: false
-
-    function checkForUpdates() {
-        isCheckingUpdate = true;
-        updateCheck.start();
-    }
-    function finishUpdateCheck() {
-        isCheckingUpdate = false;
-        if (upToDateAlert.status === Loader.Null)
-            upToDateAlert.setSource("UpToDateAlert.qml");
-        (upToDateAlert.item as UpToDateAlert).open();
-    }
 
     function changePassword() {
         const viewModel = viewModels.changePassword;
@@ -39,12 +28,12 @@ Item {
         height: parent.height
         appVersion: content.appVersion
         displayName: content.authService.displayName
-        isCheckingUpdate: content.isCheckingUpdate
+        isCheckingUpdate: content.updateViewModel.isCheckingUpdate
         selectedItem: content.selectedItem
         onChangePasswordRequested: content.changePassword()
         onLogoutRequested: content.authService.logout()
         onSelected: item => content.selectedItem = item
-        onUpdateCheckRequested: content.checkForUpdates()
+        onUpdateCheckRequested: content.updateViewModel.check()
 
         NavigationItem {
             id: dashboard
@@ -99,17 +88,6 @@ Item {
         id: divider
 
         height: parent.height
-    }
-    Timer {
-        id: updateCheck
-
-        interval: 0
-        onTriggered: content.finishUpdateCheck()
-    }
-    Loader {
-        id: upToDateAlert
-
-        anchors.fill: parent
     }
     /// Gone with what was typed when it is closed.
     Loader {

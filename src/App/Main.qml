@@ -7,6 +7,7 @@ Window {
 
     required property string appVersion
     required property AuthService authService
+    required property UpdateViewModel updateViewModel
     /// Given by tests: see ContentView.
     property var viewModels: ({})
 
@@ -52,10 +53,15 @@ Window {
                 setSource("ContentView.qml", {
                     appVersion: mainWindow.appVersion,
                     authService: mainWindow.authService,
+                    updateViewModel: mainWindow.updateViewModel,
                     viewModels: mainWindow.viewModels
                 });
             else
                 setSource("LoginView.qml", { authService: mainWindow.authService });
         }
+    }
+    UpdateSheets {
+        anchors.fill: parent
+        viewModel: mainWindow.updateViewModel
     }
 }

@@ -3,12 +3,17 @@
 #include "Platform/ApplicationInstance.h"
 #include "Platform/Bundle.h"
 #include "Services/AuthService.h"
+#include "Services/UpdateCheckService.h"
 #include "Views/QmlTypes.h"
+#include "Views/ScreenUpdateViewModel.h"
 
 #include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <unistd.h>
+#include <vector>
 
 /// Without a graphics device the scene graph would draw through a software OpenGL, several times
 /// slower than its own software renderer.
@@ -30,11 +35,29 @@ static void chooseRenderer()
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
 }
 
+/// Goes on as the program of another bundle. Returns only when it cannot be run.
+static void continueAs(const Bundle &bundle, const QStringList &addresses)
+{
+    QByteArrayList arguments{QFile::encodeName(bundle.executable().value_or(QString()))};
+    for (const QString &address : addresses)
+        arguments.append(address.toLocal8Bit());
+    std::vector<char *> pointers;
+    for (QByteArray &argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+}
+
 int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
 {
     chooseRenderer();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.vaelix.app"));
+
+    // An update that was broken off may have left another bundle than this to be run.
+    const UpdateRecovery recovery = UpdateCheckService::recovery(Folders::user());
+    if (const auto bundle = recovery.recover(Bundle::main().path()))
+        continueAs(Bundle::at(*bundle), addresses);
 
     ApplicationInstance instance;
     if (!instance.claim(addresses))
@@ -43,18 +66,24 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
     AuthService &auth = AuthService::shared();
     QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleCallback);
 
+    ScreenUpdateViewModel updates;
     QQmlApplicationEngine engine;
     installViews(engine);
     engine.setInitialProperties({
         {QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
         {QStringLiteral("authService"), QVariant::fromValue(&auth)},
+        {QStringLiteral("updateViewModel"), QVariant::fromValue(&updates)},
     });
     engine.load(mainWindowUrl);
     if (engine.rootObjects().isEmpty())
         return 1;
 
-    QObject *const window = engine.rootObjects().first();
+    auto *const window = qobject_cast<QQuickWindow *>(engine.rootObjects().first());
     QObject::connect(&instance, &ApplicationInstance::activated, window,
                      [window] { QMetaObject::invokeMethod(window, "comeToFront"); });
+    // Once the window is there, which the check would only delay.
+    QObject::connect(
+        window, &QQuickWindow::frameSwapped, &updates, [&updates] { updates.checkAtStart(); },
+        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     return QGuiApplication::exec();
 }

@@ -1,11 +1,21 @@
 #pragma once
 
 #include "Utilities/JSONReader.h"
+#include "Utilities/Text.h"
 
+#include <QObject>
 #include <QUuid>
 
 /// An update that can be had.
 struct AppVersionInfo {
+    Q_GADGET
+    Q_PROPERTY(QString version MEMBER version CONSTANT)
+    Q_PROPERTY(qint64 buildNumber MEMBER buildNumber CONSTANT)
+    Q_PROPERTY(QString releaseNotes MEMBER releaseNotes CONSTANT)
+    Q_PROPERTY(QString fileSizeText READ fileSizeText CONSTANT)
+    Q_PROPERTY(bool isMandatory MEMBER isMandatory CONSTANT)
+
+public:
     QUuid id = QUuid::createUuid(); ///< tells two descriptors apart in lists, nothing more
     QString version; ///< as shown, for example "1.2.0"
     qint64 buildNumber = 0;
@@ -14,6 +24,8 @@ struct AppVersionInfo {
     qint64 fileSize = 0; ///< bytes of the image; 0 when the server does not say
     QString fileHash; ///< SHA-256 of the image in hexadecimal of either case; empty when the server does not say
     bool isMandatory = false; ///< cannot be postponed
+
+    QString fileSizeText() const { return byteCountText(fileSize); }
 };
 
 /// What the update server answers to a check. JSON keys are the field names in snake_case; only

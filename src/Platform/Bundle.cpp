@@ -18,6 +18,20 @@ Bundle::Bundle(QString contentsFolder)
 {
 }
 
+QString Bundle::path() const
+{
+    return QFileInfo(m_contentsFolder).absolutePath();
+}
+
+std::optional<QString> Bundle::executable() const
+{
+    const QString name = property("CFBundleExecutable").value_or(QString());
+    const QFileInfo program(m_contentsFolder + QStringLiteral("/MacOS/") + name);
+    const bool isName = !name.isEmpty() && !name.contains(u'/');
+    return isName && program.isFile() && program.isExecutable() ? std::optional(program.absoluteFilePath())
+                                                                : std::nullopt;
+}
+
 std::optional<QString> Bundle::shortVersion() const
 {
     return property("CFBundleShortVersionString");

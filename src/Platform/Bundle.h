@@ -11,6 +11,16 @@ public:
     static const Bundle &main();
 
     explicit Bundle(QString contentsFolder);
+    /// The one at `path`, which is that of its outermost folder.
+    static Bundle at(const QString &path) { return Bundle(path + QStringLiteral("/Contents")); }
+
+    /// The bundle's outermost folder, absolute.
+    QString path() const;
+    /// The folder with programs that stand for the system's.
+    QString helpersFolder() const { return m_contentsFolder + QStringLiteral("/Helpers"); }
+    /// The absolute path of the program that Info.plist's CFBundleExecutable names; none when it is not there
+    /// or cannot be run.
+    std::optional<QString> executable() const;
 
     /// From Info.plist's CFBundleShortVersionString; none when it does not say.
     std::optional<QString> shortVersion() const;

@@ -5,9 +5,7 @@
 #include <QTimer>
 #include <memory>
 
-namespace {
-
-QString describe(const QNetworkReply &reply)
+QString describeFailure(const QNetworkReply &reply)
 {
     switch (reply.error()) {
     case QNetworkReply::ConnectionRefusedError:
@@ -25,8 +23,6 @@ QString describe(const QNetworkReply &reply)
         return reply.errorString();
     }
 }
-
-} // namespace
 
 HTTPSession::HTTPSession(std::chrono::milliseconds resourceTimeout)
     : m_resourceTimeout(resourceTimeout)
@@ -48,6 +44,6 @@ QCoro::Task<std::expected<HTTPResponse, HTTPError>> HTTPSession::send(QNetworkRe
     const bool isCutOff =
         started->error() != QNetworkReply::NoError && started->error() < QNetworkReply::ContentAccessDenied;
     if (!status.isValid() || isCutOff)
-        co_return std::unexpected(HTTPError{describe(*started)});
+        co_return std::unexpected(HTTPError{describeFailure(*started)});
     co_return HTTPResponse{status.toInt(), started->readAll()};
 }

@@ -18,6 +18,9 @@ struct HTTPError {
     QString description;
 };
 
+/// Why a reply did not come whole, as a Chinese sentence. One that was ended from here had taken too long.
+QString describeFailure(const QNetworkReply &reply);
+
 /// Sends HTTP requests. Redirects are followed, except from https to http. Interface thread only.
 class HTTPSession
 {

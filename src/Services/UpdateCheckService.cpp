@@ -4,14 +4,23 @@
 #include "Utilities/Deployment.h"
 #include "Utilities/Log.h"
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QPointer>
+#include <QProcess>
+#include <QTimer>
 #include <QUrl>
 #include <charconv>
+#include <cstdlib>
+#include <fcntl.h>
 #include <openssl/evp.h>
+#include <thread>
 
 using namespace std::chrono_literals;
 
 namespace {
+
+const QString apiPath = QStringLiteral("/api/v1");
 
 const QByteArray productKey = QByteArrayLiteral("3de26c6ff0b451325df73a1545174b36");
 // Its text is the key, not the bytes that it spells.
@@ -62,19 +71,65 @@ std::optional<AppVersionInfo> readAnswer(const QByteArray &body)
     return answer->data->versionInfo();
 }
 
+QString updatesFolder(const Folders &folders)
+{
+    return folders.applicationSupport + QStringLiteral("/Vaelix/Updates");
+}
+
+QString diskImageTool()
+{
+    const QString systems = QStringLiteral("/usr/bin/hdiutil");
+    return QFileInfo::exists(systems) ? systems : Bundle::main().helpersFolder() + QStringLiteral("/hdiutil");
+}
+
+/// Also where something keeps the event loop, or what comes after it, from ending: the swap does not wait for ever.
+void quitApplication()
+{
+    QTimer::singleShot(500ms, qApp, &QCoreApplication::quit);
+    std::thread([] {
+        std::this_thread::sleep_for(3s);
+        std::_Exit(EXIT_SUCCESS);
+    }).detach();
+}
+
+/// For the swap script, which opens the bundle that it has put in place.
+QProcessEnvironment scriptEnvironment(const Bundle &bundle)
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    const QString path = environment.value(QStringLiteral("PATH"));
+    environment.insert(QStringLiteral("PATH"), bundle.helpersFolder() + u':' + path);
+    return environment;
+}
+
+/// Says what went wrong; empty when nothing did. The script runs on in a session of its own.
+QString startScript(const PreparedUpdate &update, const QProcessEnvironment &environment)
+{
+    QProcess bash;
+    bash.setProgram(QStringLiteral("/bin/bash"));
+    bash.setArguments({update.script});
+    bash.setProcessEnvironment(environment);
+    bash.setStandardInputFile(QProcess::nullDevice());
+    bash.setStandardOutputFile(QProcess::nullDevice());
+    bash.setStandardErrorFile(QProcess::nullDevice());
+    bash.setChildProcessModifier([lock = update.lock->descriptor()] { ::fcntl(lock, F_SETFD, 0); }); // holds it on
+    return bash.startDetached() ? QString() : QStringLiteral("无法启动更新脚本：") + bash.errorString();
+}
+
 } // namespace
 
 UpdateCheckService &UpdateCheckService::shared()
 {
-    static UpdateCheckService service(Deployment::updateOrigin() + QStringLiteral("/api/v1"), Bundle::main());
+    static UpdateCheckService service(
+        Deployment::updateOrigin() + apiPath, Bundle::main(),
+        {.folders = Folders::user(), .diskImageTool = diskImageTool(), .quit = quitApplication});
     return service;
 }
 
-UpdateCheckService::UpdateCheckService(QString baseURL, const Bundle &bundle, TimeSource now, QObject *parent)
+UpdateCheckService::UpdateCheckService(QString baseURL, const Bundle &bundle, Environment environment, QObject *parent)
     : QObject(parent)
     , m_baseURL(std::move(baseURL))
     , m_bundle(bundle)
-    , m_now(std::move(now))
+    , m_environment(std::move(environment))
     , m_session(60s)
 {
 }
@@ -124,7 +179,7 @@ std::optional<qint64> UpdateCheckService::currentBuild() const
 
 QHash<QByteArray, QByteArray> UpdateCheckService::feeAuthHeaders() const
 {
-    const QByteArray timestamp = QByteArray::number(m_now().toSecsSinceEpoch());
+    const QByteArray timestamp = QByteArray::number(m_environment.now().toSecsSinceEpoch());
     return {{"X-Product-Key", productKey},
             {"X-Timestamp", timestamp},
             {"X-Signature", hmacSHA256(signingSecret, productKey + timestamp)}};
@@ -136,4 +191,112 @@ void UpdateCheckService::countChecks(int change)
     m_checks += change;
     if (isChecking() != wasChecking)
         Q_EMIT isCheckingChanged();
+}
+
+QString UpdateCheckService::obstacle() const
+{
+    return UpdateInstallation::obstacle(m_bundle.path());
+}
+
+UpdateRecovery UpdateCheckService::recovery(const Folders &folders)
+{
+    return UpdateRecovery(updatesFolder(folders) + QStringLiteral("/swap.json"));
+}
+
+std::optional<QUrl> UpdateCheckService::downloadAddress(const QString &address) const
+{
+    if (address.isEmpty())
+        return {};
+    const QString origin = m_baseURL.chopped(apiPath.size());
+    const QString path = address.startsWith(u'/') ? address : u'/' + address;
+    const QUrl url(address.startsWith(QLatin1String("http")) ? address : origin + path, QUrl::StrictMode);
+    return url.isValid() && !url.host().isEmpty() ? std::optional(url) : std::nullopt;
+}
+
+std::shared_ptr<DownloadTask> UpdateCheckService::downloadUpdate(const AppVersionInfo &version,
+                                                                 ProgressHandler progress, CompletionHandler completion)
+{
+    const auto url = downloadAddress(version.downloadURL);
+    if (!url) {
+        const UpdateError error(UpdateError::Kind::FileNotFound);
+        completion(std::unexpected(DownloadError{error.description()}));
+        return {};
+    }
+    // The file holds a disk image; its name is that of every version.
+    const QString destination = updatesFolder(m_environment.folders) + QStringLiteral("/update.zip");
+    const std::shared_ptr<DownloadTask> task(new DownloadTask(*url, destination),
+                                             [](DownloadTask *finished) { finished->deleteLater(); });
+    connect(task.get(), &DownloadTask::progressed, this, &UpdateCheckService::setDownloadProgress);
+    connect(task.get(), &DownloadTask::progressed, task.get(), progress);
+    connect(task.get(), &DownloadTask::completed, this, [this, task = task.get()] { finishDownload(task); });
+    connect(task.get(), &DownloadTask::completed, task.get(), completion);
+    m_downloadTask = task;
+    setDownloadProgress(0);
+    setIsDownloading(true);
+    return task;
+}
+
+/// A task that another has followed has no say any more.
+void UpdateCheckService::finishDownload(const DownloadTask *task)
+{
+    if (m_downloadTask.get() != task)
+        return;
+    m_downloadTask.reset();
+    setIsDownloading(false);
+}
+
+void UpdateCheckService::installUpdate(const QString &file, const QString &expectedHash, FailureHandler onFailure,
+                                       UpdateInstallation::ProgressHandler onProgress)
+{
+    install(file, expectedHash, std::move(onFailure), std::move(onProgress));
+}
+
+QCoro::Task<> UpdateCheckService::install(QString file, QString expectedHash, FailureHandler onFailure,
+                                          UpdateInstallation::ProgressHandler onProgress)
+{
+    const QPointer self(this);
+    UpdateInstallation installation({.bundle = m_bundle.path(),
+                                     .temporaryFolder = m_environment.folders.temporary,
+                                     .diskImageTool = m_environment.diskImageTool},
+                                    file, expectedHash, onProgress);
+    const auto prepared = co_await installation.prepare();
+    if (prepared && !self)
+        co_return;
+    const auto outcome = prepared ? executeUpdate(*prepared) : std::unexpected(prepared.error());
+    if (outcome)
+        co_return;
+    Log::line(QStringLiteral("❌ 更新安装失败: ") + outcome.error().description());
+    if (onFailure)
+        onFailure();
+    if (self)
+        showUpdateError(outcome.error());
+}
+
+std::expected<void, UpdateError> UpdateCheckService::executeUpdate(const PreparedUpdate &update)
+{
+    const auto recorded = recovery(m_environment.folders).expectSwap(m_bundle.path(), update.newBundle);
+    if (!recorded)
+        return std::unexpected(UpdateError::other(recorded.error().description));
+    if (const QString reason = startScript(update, scriptEnvironment(m_bundle)); !reason.isEmpty())
+        return std::unexpected(UpdateError::other(reason));
+    Log::line(QStringLiteral("🔄 更新脚本已启动，正在退出当前应用..."));
+    m_environment.quit();
+    return {};
+}
+
+void UpdateCheckService::showUpdateError(const UpdateError &error)
+{
+    Q_EMIT updateFailed(error.description());
+}
+
+void UpdateCheckService::setIsDownloading(bool isDownloading)
+{
+    if (std::exchange(m_isDownloading, isDownloading) != isDownloading)
+        Q_EMIT isDownloadingChanged();
+}
+
+void UpdateCheckService::setDownloadProgress(double fraction)
+{
+    if (!qFuzzyCompare(1 + std::exchange(m_downloadProgress, fraction), 1 + fraction))
+        Q_EMIT downloadProgressChanged();
 }

@@ -1,6 +1,9 @@
 #include "Text.h"
 
+#include <QLocale>
 #include <QTextBoundaryFinder>
+#include <array>
+#include <cmath>
 
 namespace {
 
@@ -43,4 +46,19 @@ qsizetype lastCharactersStart(QStringView text, qsizetype count)
         if (finder.position() > 0 || from == 0)
             return from + std::max<qsizetype>(0, finder.position());
     }
+}
+
+QString byteCountText(qint64 bytes)
+{
+    constexpr std::array units{"KB", "MB", "GB", "TB"};
+    if (bytes > 0 && bytes < 1000)
+        return QStringLiteral("%1 字节").arg(bytes);
+    double count = double(std::max<qint64>(bytes, 0)) / 1000;
+    std::size_t unit = 0;
+    while (std::round(count) >= 1000 && unit + 1 < units.size()) {
+        count /= 1000;
+        ++unit;
+    }
+    const int places = std::min(int(unit), 2);
+    return QLocale::c().toString(count, 'f', places) + u' ' + QLatin1String(units[unit]);
 }

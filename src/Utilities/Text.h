@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QString>
 #include <QStringView>
 
 /// Where the last `count` user-perceived characters of `text` begin; 0 when it has no more than that.
 /// Looks at no more of the text than these characters need.
 qsizetype lastCharactersStart(QStringView text, qsizetype count);
+
+/// A file's size in decimal units, for example "12.3 MB"; the larger the unit, the more decimal places.
+QString byteCountText(qint64 bytes);

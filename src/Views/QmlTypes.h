@@ -7,6 +7,7 @@
 #include "ViewModels/SoftwareListViewModel.h"
 #include "ViewModels/TokenProxyViewModel.h"
 #include "ViewModels/TokenViewModel.h"
+#include "ViewModels/UpdateViewModel.h"
 
 #include <QtQml/qqml.h>
 
@@ -71,6 +72,19 @@ struct TokenViewModelType {
     Q_GADGET
     QML_FOREIGN(TokenViewModel)
     QML_ANONYMOUS
+};
+
+// Made known by its heir ScreenUpdateViewModel.
+struct UpdateViewModelType {
+    Q_GADGET
+    QML_FOREIGN(UpdateViewModel)
+    QML_ANONYMOUS
+};
+
+struct AppVersionInfoType {
+    Q_GADGET
+    QML_FOREIGN(AppVersionInfo)
+    QML_VALUE_TYPE(appVersionInfo)
 };
 
 struct TokenProxyViewModelType {

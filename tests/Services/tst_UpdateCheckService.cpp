@@ -17,7 +17,9 @@ struct Fixture {
     devserver::DevServer server{devserver::ServerState{}};
     QString origin = server.start(0).value();
     Scratch scratch;
-    UpdateCheckService service{origin + QStringLiteral("/api/v1"), scratch.bundle, [] { return signingTime; }};
+    UpdateCheckService service{origin + QStringLiteral("/api/v1"),
+                               scratch.bundle,
+                               {.folders = scratch.folders, .now = [] { return signingTime; }}};
     QByteArray log;
 
     Fixture()
@@ -225,12 +227,12 @@ void tst_UpdateCheckService::serverThatCannotBeAsked()
     QVERIFY(nobody.listen(QHostAddress::LocalHost));
     const QString origin = QStringLiteral("http://127.0.0.1:%1").arg(nobody.serverPort());
     nobody.close();
-    UpdateCheckService refused(origin + QStringLiteral("/api/v1"), fixture.scratch.bundle);
+    UpdateCheckService refused(origin + QStringLiteral("/api/v1"), fixture.scratch.bundle, {});
     QVERIFY(!fixture.check(refused));
     QCOMPARE(fixture.log, "⚠️ 检查更新失败: 无法连接到服务器\n");
     QVERIFY(!refused.isChecking());
 
-    UpdateCheckService nowhere(QStringLiteral("http://["), fixture.scratch.bundle);
+    UpdateCheckService nowhere(QStringLiteral("http://["), fixture.scratch.bundle, {});
     QVERIFY(!fixture.check(nowhere));
     QCOMPARE(fixture.log, "");
     QVERIFY(!nowhere.isChecking());

@@ -53,16 +53,6 @@ struct Swap {
     const QString temporaryFolder;
 };
 
-/// The number of a process that has ended.
-qint64 endedProcess()
-{
-    QProcess process;
-    process.start(u"/bin/true"_s, {});
-    const qint64 processId = process.processId();
-    process.waitForFinished();
-    return processId;
-}
-
 } // namespace
 
 class tst_UpdateScript : public QObject

@@ -7,9 +7,16 @@
 #include <algorithm>
 #include <qrencode.h>
 
+using namespace Qt::StringLiterals;
+
 QStringList Screens::warnings;
 
 static QtMessageHandler previousHandler = nullptr;
+
+QString accessibleName(QQuickItem *item)
+{
+    return QAccessible::queryAccessibleInterface(item)->text(QAccessible::Name);
+}
 
 static bool isExpected(const QString &warning)
 {
@@ -37,20 +44,23 @@ Screens::Screens(Start start, const QString &serverOrigin)
     , auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
            [this](const QString &name) { endedProcesses.append(name); })
     , tokenProxyViewModel(serverOrigin, scratch.keychain)
+    , updateCheck(serverOrigin + u"/api/v1"_s, scratch.bundle,
+                  {.folders = scratch.folders, .diskImageTool = u"/usr/bin/hdiutil"_s, .quit = [] {}})
 {
     if (!previousHandler)
         previousHandler = qInstallMessageHandler(recordMessage);
     QAccessible::setActive(true);
     installViews(engine);
     if (start == Start::SignedIn)
-        signIn(QStringLiteral("测试用户"));
+        signIn(u"测试用户"_s);
     // Where web pages keep their cookies and caches, also for a while after they were closed.
     static const QTemporaryDir webFolder;
     for (const char *variable : {"XDG_DATA_HOME", "XDG_CACHE_HOME"})
         qputenv(variable, QFile::encodeName(webFolder.path()));
-    engine.setInitialProperties({{QStringLiteral("appVersion"), QStringLiteral("1.0.0")},
-                                 {QStringLiteral("authService"), QVariant::fromValue(&auth)},
-                                 {QStringLiteral("viewModels"), viewModels()}});
+    engine.setInitialProperties({{u"appVersion"_s, u"1.0.0"_s},
+                                 {u"authService"_s, QVariant::fromValue(&auth)},
+                                 {u"updateViewModel"_s, QVariant::fromValue(&updateViewModel)},
+                                 {u"viewModels"_s, viewModels()}});
     engine.load(mainWindowUrl);
     window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
     Q_ASSERT(window);
@@ -61,26 +71,24 @@ Screens::Screens(Start start, const QString &serverOrigin)
 
 QVariantMap Screens::viewModels()
 {
-    return {{QStringLiteral("dashboard"), QVariant::fromValue<QObject *>(&dashboardViewModel)},
-            {QStringLiteral("changePassword"), QVariant::fromValue<QObject *>(&changePasswordViewModel)},
-            {QStringLiteral("software"), QVariant::fromValue<QObject *>(&viewModel)},
-            {QStringLiteral("token"), QVariant::fromValue<QObject *>(&tokenViewModel)},
-            {QStringLiteral("tokenProxy"), QVariant::fromValue<QObject *>(&tokenProxyViewModel)}};
+    return {{u"dashboard"_s, QVariant::fromValue<QObject *>(&dashboardViewModel)},
+            {u"changePassword"_s, QVariant::fromValue<QObject *>(&changePasswordViewModel)},
+            {u"software"_s, QVariant::fromValue<QObject *>(&viewModel)},
+            {u"token"_s, QVariant::fromValue<QObject *>(&tokenViewModel)},
+            {u"tokenProxy"_s, QVariant::fromValue<QObject *>(&tokenProxyViewModel)}};
 }
 
 void Screens::signIn(const QString &displayName, const QString &token)
 {
-    QUrl url(QStringLiteral("x-vaelix://auth/callback"));
-    url.setQuery(QUrlQuery{{QStringLiteral("token"), token},
-                           {QStringLiteral("user_id"), QStringLiteral("1")},
-                           {QStringLiteral("display_name"), displayName}});
+    QUrl url(u"x-vaelix://auth/callback"_s);
+    url.setQuery(QUrlQuery{{u"token"_s, token}, {u"user_id"_s, u"1"_s}, {u"display_name"_s, displayName}});
     auth.handleCallback(url);
 }
 
 void Screens::openSoftware(const SoftwareCatalog::Entries &entries)
 {
     scratch.setCatalog(entries);
-    click(button(QStringLiteral("AI 软件")));
+    click(button(u"AI 软件"_s));
     QTRY_VERIFY_WITH_TIMEOUT(!viewModel.isLoading() && viewModel.softwareList().size() == entries.size(), 60000);
     settle();
 }
@@ -88,7 +96,7 @@ void Screens::openSoftware(const SoftwareCatalog::Entries &entries)
 void Screens::select(const QString &name)
 {
     for (QQuickItem *const row : elements(QAccessible::ListItem)) {
-        const QString title = QAccessible::queryAccessibleInterface(row)->text(QAccessible::Name);
+        const QString title = accessibleName(row);
         if (title.startsWith(name + u'，'))
             click(row);
     }
@@ -125,7 +133,7 @@ static QQuickItem *findByName(QQuickItem *item, const QString &objectName)
 
 QQuickItem *Screens::webPage() const
 {
-    return findByName(window->contentItem(), QStringLiteral("webPage"));
+    return findByName(window->contentItem(), u"webPage"_s);
 }
 
 static bool hasRole(QQuickItem *item, QAccessible::Role role)
@@ -148,9 +156,20 @@ QList<QQuickItem *> Screens::elements(QAccessible::Role role) const
 QQuickItem *Screens::element(QAccessible::Role role, const QString &name) const
 {
     for (QQuickItem *const item : elements(role))
-        if (QAccessible::queryAccessibleInterface(item)->text(QAccessible::Name) == name)
+        if (accessibleName(item) == name)
             return item;
     return nullptr;
+}
+
+QString Screens::detailButtons() const
+{
+    const QStringList elsewhere{u"仪表盘"_s, u"AI 软件"_s,  u"Token 管理"_s, u"检查更新"_s,
+                                u"刷新"_s,   u"复制输出"_s, u"端口与模型"_s, u"平台接入"_s};
+    QStringList names;
+    for (QQuickItem *const item : elements(QAccessible::Button))
+        if (const QString name = accessibleName(item); !elsewhere.contains(name))
+            names.append((item->isEnabled() ? u""_s : u"-"_s) + name);
+    return names.join(u' ');
 }
 
 QStringList Screens::texts() const

@@ -3,10 +3,12 @@
 #include "Platform/Clock.h"
 #include "Services/AuthService.h"
 #include "Services/TokenAPIService.h"
+#include "Services/UpdateCheckService.h"
 #include "Support/Scratch.h"
 #include "ViewModels/TokenProxyViewModel.h"
 #include "Views/Auth/ScreenChangePasswordViewModel.h"
 #include "Views/Dashboard/ScreenDashboardViewModel.h"
+#include "Views/ScreenUpdateViewModel.h"
 #include "Views/Software/ScreenViewModel.h"
 #include "Views/Token/ScreenTokenViewModel.h"
 
@@ -50,6 +52,9 @@ public:
     /// Null when there is no such visible element.
     QQuickItem *element(QAccessible::Role role, const QString &name) const;
     QQuickItem *button(const QString &name) const { return element(QAccessible::Button, name); }
+    QQuickItem *alert(const QString &title) const { return element(QAccessible::AlertMessage, title); }
+    /// The names of the buttons of the software's detail screen, with a space between; "-" before one that is disabled.
+    QString detailButtons() const;
     /// Every text that can be read on the screen right now, and is not under a dimmed window.
     QStringList texts() const;
     bool shows(const QString &text) const { return texts().contains(text); }
@@ -73,6 +78,9 @@ public:
     TokenProxyViewModel tokenProxyViewModel;
     ScreenDashboardViewModel dashboardViewModel{DashboardViewModel::Services{scratch.store, tokenAPI}};
     ScreenChangePasswordViewModel changePasswordViewModel{tokenAPI};
+    /// The updates that `serverOrigin` offers to build 42, which lies in the scratch home.
+    UpdateCheckService updateCheck;
+    ScreenUpdateViewModel updateViewModel{updateCheck};
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
     /// The view of the web page that is open, whether it has loaded or not; null when there is none.
@@ -85,6 +93,9 @@ public:
 private:
     QVariantMap viewModels();
 };
+
+/// What assistive technology calls the element.
+QString accessibleName(QQuickItem *item);
 
 /// A QR code as programs print it into a terminal: two rows of modules a line, light ones as blocks.
 QByteArray codeAsText(const char *content);

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "DownloadDelegate.h"
+
+#include <QThread>
+
+/// A running download into a file, as DownloadDelegate does it. Dropping it cancels the download; nothing is
+/// told then. Interface thread only.
+class DownloadTask : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Starts at once.
+    DownloadTask(const QUrl &url, const QString &destination);
+    ~DownloadTask() override;
+
+    /// completed() follows, with a failure, unless the download has just ended.
+    void cancel();
+
+Q_SIGNALS:
+    /// The downloaded share, from 0 to 1.
+    void progressed(double fraction);
+    /// Once, when nothing goes on any more.
+    void completed(const DownloadOutcome &outcome);
+
+private:
+    QThread m_thread;
+    DownloadDelegate *const m_delegate; ///< lives and ends on the thread
+};

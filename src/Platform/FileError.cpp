@@ -1,0 +1,30 @@
+#include "FileError.h"
+
+#include <cerrno>
+
+static QString describe(int error)
+{
+    switch (error) {
+    case ENOSPC:
+        return QStringLiteral("磁盘空间不足");
+    case EDQUOT:
+        return QStringLiteral("超出磁盘配额");
+    case EACCES:
+    case EPERM:
+        return QStringLiteral("没有写入权限");
+    case EROFS:
+        return QStringLiteral("磁盘是只读的");
+    case ENOTDIR:
+    case EEXIST:
+        return QStringLiteral("路径中有一级不是文件夹");
+    case EISDIR:
+        return QStringLiteral("该位置是一个文件夹");
+    default:
+        return qt_error_string(error);
+    }
+}
+
+FileError FileError::notWritten(const QString &path, int error)
+{
+    return {QStringLiteral("无法写入 %1：%2").arg(path, describe(error))};
+}

@@ -1,0 +1,316 @@
+// From a downloaded disk image to the new bundle in the old one's place, with the real tools.
+
+#include "Services/UpdateCheckService.h"
+#include "Services/UpdateScript.h"
+#include "Support/Bundles.h"
+#include "Support/Scratch.h"
+#include "Support/Table.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString helper = QStringLiteral(HDIUTIL);
+
+/// A running bundle of build 42 and a disk image, nothing in it yet, to update it from.
+struct Fixture {
+    explicit Fixture(const QString &folder = u"apps"_s)
+        : environment{.bundle = scratch.path(folder + u"/Vaelix.app"_s),
+                      .temporaryFolder = scratch.path(u"tmp"_s),
+                      .diskImageTool = helper,
+                      .attributeTool = scratch.path(u"xattr"_s)}
+    {
+        makeBundle(environment.bundle, 42);
+        QDir().mkpath(environment.temporaryFolder);
+        qputenv("TMPDIR", QFile::encodeName(environment.temporaryFolder)); // where the image is unpacked
+    }
+    ~Fixture() { qunsetenv("TMPDIR"); }
+
+    QString makeImageOf(const QString &folder) const { return makeImage(scratch.path(folder), image); }
+    QString hash() const
+    {
+        QFile file(image);
+        QCryptographicHash hash(QCryptographicHash::Sha256);
+        return file.open(QIODevice::ReadOnly) && hash.addData(&file) ? QString::fromLatin1(hash.result().toHex())
+                                                                     : u""_s;
+    }
+    UpdateInstallation::Outcome prepare(const QString &expectedHash)
+    {
+        steps.clear();
+        UpdateInstallation installation(environment, image, expectedHash,
+                                        [this](const QString &step) { steps.append(step); });
+        return QCoro::waitFor(installation.prepare());
+    }
+    /// Why it was not prepared; empty when it was.
+    QString failure(const QString &expectedHash = {})
+    {
+        const auto prepared = prepare(expectedHash);
+        return prepared ? QString() : prepared.error().description();
+    }
+    QStringList mountedImages() const
+    {
+        return QDir(environment.temporaryFolder).entryList({u"vaelix-image-*"_s}, QDir::AllEntries | QDir::Hidden);
+    }
+
+    Scratch scratch;
+    UpdateInstallation::Environment environment;
+    const QString image = scratch.path(u"update.zip"_s);
+    QStringList steps;
+};
+
+/// In a process of its own, which plays the application: installs the image and ends. Arguments: bundle, home, image.
+int installAndQuit(const QStringList &arguments)
+{
+    const Bundle bundle = Bundle::at(arguments[0]);
+    UpdateCheckService service(
+        u"http://127.0.0.1:9/api/v1"_s, bundle,
+        {.folders = Folders::under(arguments[1]), .diskImageTool = helper, .quit = [] { QCoreApplication::exit(0); }});
+    service.installUpdate(arguments[2], {}, [] { QCoreApplication::exit(1); }, {});
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+class tst_UpdateInstallation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void preparesTheSwap();
+    void verifiesOnlyWithAHash();
+    void failure_data();
+    void failure();
+    void imageThatChangesAfterItWasHashed();
+    void answerOfTheDiskImageTool_data();
+    void answerOfTheDiskImageTool();
+    void placesThatCannotBeUpdated();
+    void oneUpdaterAtATime();
+    void replacesTheBundle_data();
+    void replacesTheBundle();
+};
+
+void tst_UpdateInstallation::preparesTheSwap()
+{
+    Fixture fixture(u"我的 应用"_s);
+    fixture.scratch.write(u"content/说明.txt"_s, "x");
+    makeBundle(fixture.scratch.path(u"content/Foo.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    const auto prepared = fixture.prepare(fixture.hash().toUpper());
+    QVERIFY2(prepared, qPrintable(prepared ? u""_s : prepared.error().description()));
+    QCOMPARE(fixture.steps,
+             (QStringList{u"正在验证安装包完整性..."_s, u"正在准备安装包..."_s, u"正在挂载安装镜像..."_s,
+                          u"正在复制新版本..."_s, u"即将重启应用..."_s}));
+    const QString folder = QFileInfo(prepared->script).path();
+    QVERIFY(QRegularExpression(u"/tmp/Vaelix_update_[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"_s)
+                .match(folder)
+                .hasMatch());
+    QCOMPARE(prepared->newBundle, folder + u"/Foo.app"_s);
+    QCOMPARE(buildOf(prepared->newBundle), u"43"_s);
+    QVERIFY(Bundle::at(prepared->newBundle).executable());
+    QCOMPARE(QFile::symLinkTarget(prepared->newBundle + u"/Contents/Resources/link"_s),
+             prepared->newBundle + u"/Contents/Resources/data"_s);
+    QVERIFY(QFileInfo(prepared->script).isExecutable());
+    QFile script(prepared->script);
+    QVERIFY(script.open(QIODevice::ReadOnly));
+    QCOMPARE(script.readAll(),
+             updateScript(QCoreApplication::applicationPid(), prepared->newBundle, fixture.environment.bundle, folder));
+    QCOMPARE(buildOf(fixture.environment.bundle), u"42"_s);
+    QCOMPARE(fixture.mountedImages(), QStringList());
+}
+
+void tst_UpdateInstallation::verifiesOnlyWithAHash()
+{
+    Fixture fixture;
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    QCOMPARE(fixture.failure(), u""_s);
+    QVERIFY(!fixture.steps.contains(u"正在验证安装包完整性..."_s));
+    QCOMPARE(fixture.failure(QString(64, u'0')), u"更新包哈希验证失败，文件可能已损坏"_s);
+    QCOMPARE(fixture.steps, QStringList{u"正在验证安装包完整性..."_s});
+    QVERIFY(QFile::remove(fixture.image));
+    QCOMPARE(fixture.failure(QString(64, u'0')), u"更新文件不存在"_s);
+}
+
+void tst_UpdateInstallation::failure_data()
+{
+    // What is done to a good image's content, then to the image.
+    using Change = std::function<void(const Fixture &)>;
+    const auto row = columns<Change, Change, QString>("content", "image", "reason");
+    const Change nothing = [](const Fixture &) { };
+    const auto linking = [](const QString &target) -> Change {
+        return [target](const Fixture &fixture) { QFile::link(target, fixture.scratch.path(u"content/link"_s)); };
+    };
+    row(
+        "no bundle",
+        [](const Fixture &fixture) { QDir(fixture.scratch.path(u"content/Vaelix.app"_s)).removeRecursively(); },
+        nothing, u"更新包中未找到应用程序"_s);
+    row(
+        "bundle that cannot run",
+        [](const Fixture &fixture) {
+            QFile::remove(fixture.scratch.path(u"content/Vaelix.app/Contents/MacOS/Program"_s));
+        },
+        nothing, u"更新包中未找到应用程序"_s);
+    row("link that leads outside", linking(u"/etc"_s), nothing, u"解压更新包失败"_s);
+    row("link that leads up", linking(u"../../x"_s), nothing, u"解压更新包失败"_s);
+    row(
+        "truncated image", nothing,
+        [](const Fixture &fixture) { QFile::resize(fixture.image, QFileInfo(fixture.image).size() / 2); },
+        u"解压更新包失败"_s);
+    row(
+        "not an image", nothing, [](const Fixture &fixture) { fixture.scratch.write(u"update.zip"_s, "<html>"); },
+        u"解压更新包失败"_s);
+    row(
+        "empty image", nothing, [](const Fixture &fixture) { fixture.scratch.write(u"update.zip"_s, ""); },
+        u"解压更新包失败"_s);
+    row("no image", nothing, [](const Fixture &fixture) { QFile::remove(fixture.image); }, u"解压更新包失败"_s);
+}
+
+void tst_UpdateInstallation::failure()
+{
+    using Change = std::function<void(const Fixture &)>;
+    QFETCH(Change, content);
+    QFETCH(Change, image);
+    Fixture fixture;
+    fixture.scratch.write(u"content/a.txt"_s, "x");
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    content(fixture);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    image(fixture);
+    QTEST(fixture.failure(), "reason");
+    QCOMPARE(fixture.mountedImages(), QStringList());
+    QCOMPARE(buildOf(fixture.environment.bundle), u"42"_s);
+}
+
+void tst_UpdateInstallation::imageThatChangesAfterItWasHashed()
+{
+    Fixture fixture;
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    // Another updater downloads while this one installs.
+    fixture.scratch.writeProgram(u"hdiutil"_s,
+                                 "#!/bin/sh\n[ $1 = attach ] && echo >> \"$2\"\nexec '" HDIUTIL "' \"$@\"\n");
+    fixture.environment.diskImageTool = fixture.scratch.path(u"hdiutil"_s);
+    QCOMPARE(fixture.failure(fixture.hash()), u"更新包哈希验证失败，文件可能已损坏"_s);
+    QCOMPARE(fixture.mountedImages(), QStringList());
+}
+
+void tst_UpdateInstallation::answerOfTheDiskImageTool_data()
+{
+    const auto row = columns<QByteArray, QString>("tool", "reason");
+    const auto answer = [](const QByteArray &plist) {
+        return "#!/bin/sh\ncat <<'END'\n<plist version=\"1.0\">" + plist + "</plist>\nEND\n";
+    };
+    const QByteArray entities = "<dict><key>system-entities</key>";
+    const QString failed = u"解压更新包失败"_s;
+    row("not a property list", "#!/bin/sh\necho hello\n", u"磁盘映像工具的回答不是属性列表"_s);
+    row("not a dictionary", answer("<array/>"), failed);
+    row("no entities", answer("<dict/>"), failed);
+    row("entities are a text", answer(entities + "<string>x</string></dict>"), failed);
+    row("no mount point", answer(entities + "<array><dict/><string>x</string></array></dict>"), failed);
+    row("the second has one",
+        answer(entities
+               + "<array><dict/><dict><key>mount-point</key><string>/nonexistent</string></dict></array></dict>"),
+        u"更新包中未找到应用程序"_s);
+    row("fails", "#!/bin/sh\nexit 1\n", failed);
+    row("is killed", "#!/bin/sh\nkill -9 $$\n", failed);
+}
+
+void tst_UpdateInstallation::answerOfTheDiskImageTool()
+{
+    QFETCH(QByteArray, tool);
+    Fixture fixture;
+    fixture.scratch.writeProgram(u"hdiutil"_s, tool);
+    fixture.environment.diskImageTool = fixture.scratch.path(u"hdiutil"_s);
+    QTEST(fixture.failure(), "reason");
+    fixture.environment.diskImageTool = fixture.scratch.path(u"missing"_s);
+    QVERIFY(fixture.failure().startsWith(u"无法启动 "_s + fixture.environment.diskImageTool));
+}
+
+void tst_UpdateInstallation::placesThatCannotBeUpdated()
+{
+    const QString packaged = u"Vaelix 安装在当前用户不能改动的位置，请通过系统的软件包管理器升级。"_s;
+    Fixture fixture;
+    QCOMPARE(UpdateInstallation::obstacle(fixture.environment.bundle), u""_s);
+    QCOMPARE(UpdateInstallation::obstacle(u"/usr/lib/vaelix/Vaelix.app"_s), packaged); // also to root
+    QCOMPARE(UpdateInstallation::obstacle(fixture.scratch.path(u"missing/Vaelix.app"_s)), packaged);
+    fixture.environment.bundle = fixture.scratch.path(u"a$b/Vaelix.app"_s);
+    makeBundle(fixture.environment.bundle, 42);
+    QVERIFY(fixture.failure().contains(fixture.environment.bundle));
+    QCOMPARE(fixture.steps, QStringList());
+    fixture.environment.bundle = fixture.scratch.path(u"apps/Vaelix.app"_s);
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    fixture.scratch.write(u"file"_s, "x"); // where the temporary folder should be
+    fixture.environment.temporaryFolder = fixture.scratch.path(u"file"_s);
+    QVERIFY(fixture.failure().contains(u"路径中有一级不是文件夹"_s));
+    QCOMPARE(fixture.mountedImages(), QStringList());
+}
+
+void tst_UpdateInstallation::oneUpdaterAtATime()
+{
+    Fixture fixture;
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    {
+        const auto first = fixture.prepare({});
+        QVERIFY(first);
+        QCOMPARE(fixture.failure(), u"另一个 Vaelix 正在更新，请稍后再试"_s);
+    }
+    QCOMPARE(fixture.failure(), u""_s);
+}
+
+void tst_UpdateInstallation::replacesTheBundle_data()
+{
+    const auto row = columns<QString>("folder");
+    row("plain", u"apps"_s);
+    row("spaces, quote and Chinese", u"it's 我的 应用 *"_s);
+}
+
+void tst_UpdateInstallation::replacesTheBundle()
+{
+    QFETCH(QString, folder);
+    const Fixture fixture(folder);
+    const QString opened = fixture.scratch.path(u"opened"_s);
+    // Says which bundle runs, what PATH it has, and what is open in it besides the standard three.
+    const QByteArray program = "#!/bin/bash\nPATH=/usr/bin:/bin:$PATH\nexec 2>&1\n"
+                               "(readlink -f \"$0\"; echo \"${PATH#/usr/bin:/bin:}\"; ls -1 /proc/$$/fd | wc -l) > '"
+        + opened.toUtf8() + ".tmp'\nmv '" + opened.toUtf8() + ".tmp' '" + opened.toUtf8() + "'\n";
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43, program);
+    QVERIFY(QDir().mkpath(fixture.scratch.path(u"content/Vaelix.app/Contents/Helpers"_s)));
+    QVERIFY(QFile::copy(QStringLiteral(OPEN), fixture.scratch.path(u"content/Vaelix.app/Contents/Helpers/open"_s)));
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+
+    QProcess application;
+    application.start(QCoreApplication::applicationFilePath(),
+                      {u"install"_s, fixture.environment.bundle, fixture.scratch.home.path(), fixture.image});
+    QVERIFY(application.waitForFinished());
+    QCOMPARE(application.exitCode(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(opened), 20'000);
+    const QList<QByteArray> lines = fixture.scratch.read(u"opened"_s).split('\n');
+    QCOMPARE(QString::fromUtf8(lines[0]), fixture.environment.bundle + u"/Contents/MacOS/Program"_s);
+    QCOMPARE(lines[1], qgetenv("PATH"));
+    QCOMPARE(lines[2], "4"); // the fourth is the script's own, of bash
+    QCOMPARE(buildOf(fixture.environment.bundle), u"43"_s);
+    QVERIFY(!QFileInfo::exists(fixture.environment.bundle + u".backup"_s));
+    QTRY_COMPARE(QDir(fixture.environment.temporaryFolder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList());
+    // The script has let go of the lock, and the application that it opened never had it.
+    QTRY_VERIFY(FolderLock::take(QFileInfo(fixture.environment.bundle).path()));
+    QCOMPARE(UpdateCheckService::recovery(fixture.scratch.folders).recover(fixture.environment.bundle), std::nullopt);
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == u"install"_s)
+        return installAndQuit(arguments.sliced(2));
+    tst_UpdateInstallation test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_UpdateInstallation.moc"
