@@ -40,7 +40,11 @@ inside()
     chroot "$root" /usr/bin/env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root \
         LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@" </dev/null
 }
-as_user() { inside setpriv --reuid=proof --regid=proof --init-groups env HOME=/home/proof "$@"; }
+as_user()
+{
+    inside setpriv --reuid=proof --regid=proof --init-groups \
+        env HOME=/home/proof XDG_RUNTIME_DIR=/home/proof/runtime "$@"
+}
 apt_quietly()
 {
     inside apt-get -q -y --no-install-recommends "$@" >"$folder/log" 2>&1 || { cat "$folder/log" >&2; fail "apt-get $*"; }
@@ -64,6 +68,7 @@ make_bare_system()
     mount -t proc proc "$root/proc"
     mount -t tmpfs tmpfs "$root/dev/shm"
     inside useradd --create-home proof
+    inside install --directory --owner=proof --mode=700 /home/proof/runtime
     apt_quietly update
 }
 
