@@ -1,8 +1,11 @@
 #include "DevServer.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QProcess>
 #include <csignal>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -57,12 +60,12 @@ private:
 /// An entry whose files lie in `folder`, installed while the file "installed" is there.
 SoftwareCatalogEntry entryIn(const QString &folder)
 {
-    SoftwareCatalogEntry entry = testEntry(QStringLiteral("a"));
-    entry.detectCommand = QStringLiteral("ls %1/installed").arg(folder);
-    entry.installCommand = QStringLiteral("echo working; touch %1/installed").arg(folder);
-    entry.uninstallCommand = QStringLiteral("rm %1/installed; exit 2").arg(folder);
-    entry.startCommand = QStringLiteral("echo up; sleep 3; exit 3");
-    entry.stopCommand = QStringLiteral("echo unheard; exit 1");
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.detectCommand = u"ls %1/installed"_s.arg(folder);
+    entry.installCommand = u"echo working; touch %1/installed"_s.arg(folder);
+    entry.uninstallCommand = u"rm %1/installed; exit 2"_s.arg(folder);
+    entry.startCommand = u"echo up; sleep 3; exit 3"_s;
+    entry.stopCommand = u"echo unheard; exit 1"_s;
     return entry;
 }
 
@@ -83,34 +86,24 @@ private Q_SLOTS:
 
 void tst_CommandLine::invocation_data()
 {
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QByteArray>("errorOutput");
+    const auto row = columns<QString, int, QByteArray, QByteArray>("arguments", "exitCode", "output", "errorOutput");
 
-    QTest::newRow("help") << "--help" << 0 << QByteArray("用法：") << QByteArray();
-    QTest::newRow("version") << "--version" << 0 << QByteArray("Vaelix 1.") << QByteArray();
-    QTest::newRow("unknown command") << "frobnicate" << 2 << QByteArray() << QByteArray("无法识别的命令");
-    QTest::newRow("no subcommand") << "software" << 2 << QByteArray() << QByteArray("用法：");
-    QTest::newRow("unknown subcommand") << "software remove a" << 2 << QByteArray() << QByteArray("software remove");
-    QTest::newRow("no id") << "software install" << 2 << QByteArray() << QByteArray("需要一个软件 ID");
-    QTest::newRow("two ids") << "software install a b" << 2 << QByteArray() << QByteArray("需要一个软件 ID");
-    QTest::newRow("unknown option") << "software list --xml" << 2 << QByteArray() << QByteArray("--json");
-    QTest::newRow("unknown software") << "software install zzz" << 1 << QByteArray()
-                                      << QByteArray("没有 ID 为 “zzz” 的软件");
-    QTest::newRow("list") << "software list" << 0 << QByteArray("a   A     未安装\n") << QByteArray();
-    QTest::newRow("list as JSON") << "software list --json" << 0 << QByteArray("\"status\": \"not_installed\"")
-                                  << QByteArray();
-    QTest::newRow("install") << "software install a" << 0 << QByteArray(">>> 正在安装 A...\nworking\n\n✅ 安装完成\n")
-                             << QByteArray();
-    QTest::newRow("failing uninstall") << "software uninstall a" << 1 << QByteArray("❌ 卸载失败 (exit code: 2)")
-                                       << QByteArray("卸载失败，退出码: 2\n");
-    QTest::newRow("nothing to upgrade with")
-        << "software upgrade a" << 1 << QByteArray() << QByteArray("未配置升级命令\n");
-    QTest::newRow("nothing to configure with")
-        << "software configure a" << 1 << QByteArray() << QByteArray("该软件没有配置命令\n");
-    QTest::newRow("stop of what is not running")
-        << "software stop a" << 0 << QByteArray("⚠️ 停止命令执行完毕: \n") << QByteArray();
+    row("help", u"--help"_s, 0, "用法：", {});
+    row("version", u"--version"_s, 0, "Vaelix 1.", {});
+    row("unknown command", u"frobnicate"_s, 2, {}, "无法识别的命令");
+    row("no subcommand", u"software"_s, 2, {}, "用法：");
+    row("unknown subcommand", u"software remove a"_s, 2, {}, "software remove");
+    row("no id", u"software install"_s, 2, {}, "需要一个软件 ID");
+    row("two ids", u"software install a b"_s, 2, {}, "需要一个软件 ID");
+    row("unknown option", u"software list --xml"_s, 2, {}, "--json");
+    row("unknown software", u"software install zzz"_s, 1, {}, "没有 ID 为 “zzz” 的软件");
+    row("list", u"software list"_s, 0, "a   A     未安装\n", {});
+    row("list as JSON", u"software list --json"_s, 0, "\"status\": \"not_installed\"", {});
+    row("install", u"software install a"_s, 0, ">>> 正在安装 A...\nworking\n\n✅ 安装完成\n", {});
+    row("failing uninstall", u"software uninstall a"_s, 1, "❌ 卸载失败 (exit code: 2)", "卸载失败，退出码: 2\n");
+    row("nothing to upgrade with", u"software upgrade a"_s, 1, {}, "未配置升级命令\n");
+    row("nothing to configure with", u"software configure a"_s, 1, {}, "该软件没有配置命令\n");
+    row("stop of what is not running", u"software stop a"_s, 0, "⚠️ 停止命令执行完毕: \n", {});
 }
 
 void tst_CommandLine::invocation()
@@ -132,9 +125,9 @@ void tst_CommandLine::installIsRememberedByTheNextRun()
 {
     QTemporaryDir folder;
     Program program({entryIn(folder.path())});
-    program.start({QStringLiteral("software"), QStringLiteral("install"), QStringLiteral("a")});
+    program.start({u"software"_s, u"install"_s, u"a"_s});
     program.finish();
-    program.start({QStringLiteral("software"), QStringLiteral("list"), QStringLiteral("--json")});
+    program.start({u"software"_s, u"list"_s, u"--json"_s});
     program.output.clear();
     program.finish();
     const auto list = devserver::JSON::parse(program.output.toStdString());
@@ -146,7 +139,7 @@ void tst_CommandLine::startStaysUntilTheProgramEnds()
 {
     QTemporaryDir folder;
     Program program({entryIn(folder.path())});
-    program.start({QStringLiteral("software"), QStringLiteral("start"), QStringLiteral("a")});
+    program.start({u"software"_s, u"start"_s, u"a"_s});
     program.finish();
     QCOMPARE(program.output, ">>> 正在启动 A...\nup\n");
     QCOMPARE(program.errorOutput, "启动命令已结束，退出码: 3\n");
@@ -157,30 +150,30 @@ void tst_CommandLine::interruptLeavesAStartedProgramRunning()
 {
     QTemporaryDir folder;
     SoftwareCatalogEntry entry = entryIn(folder.path());
-    entry.startCommand = QStringLiteral("nohup sh -c 'sleep 3; touch %1/went-on' >/dev/null 2>&1 & echo up; sleep 30")
-                             .arg(folder.path());
+    entry.startCommand =
+        u"nohup sh -c 'sleep 3; touch %1/went-on' >/dev/null 2>&1 & echo up; sleep 30"_s.arg(folder.path());
     Program program({entry});
-    program.start({QStringLiteral("software"), QStringLiteral("start"), QStringLiteral("a")});
+    program.start({u"software"_s, u"start"_s, u"a"_s});
     program.interruptAfter("up");
     program.finish();
     QCOMPARE(program.process.exitCode(), 0);
     QVERIFY(program.errorOutput.contains("vaelix software stop a"));
-    QTRY_VERIFY(QFile::exists(folder.filePath(QStringLiteral("went-on"))));
+    QTRY_VERIFY(QFile::exists(folder.filePath(u"went-on"_s)));
 }
 
 void tst_CommandLine::interruptCancelsAnInstall()
 {
     QTemporaryDir folder;
     SoftwareCatalogEntry entry = entryIn(folder.path());
-    entry.installCommand = QStringLiteral("echo begun; sleep 4713; touch %1/installed").arg(folder.path());
+    entry.installCommand = u"echo begun; sleep 4713; touch %1/installed"_s.arg(folder.path());
     Program program({entry});
-    program.start({QStringLiteral("software"), QStringLiteral("install"), QStringLiteral("a")});
+    program.start({u"software"_s, u"install"_s, u"a"_s});
     program.interruptAfter("begun");
     program.finish();
     QCOMPARE(program.process.exitCode(), 1);
     QVERIFY(program.output.contains("\n⚠️ 已取消\n"));
-    QVERIFY(!QFile::exists(folder.filePath(QStringLiteral("installed"))));
-    QTRY_VERIFY(QProcess::execute(QStringLiteral("pgrep"), {QStringLiteral("-f"), QStringLiteral("^sleep 4713")}) != 0);
+    QVERIFY(!QFile::exists(folder.filePath(u"installed"_s)));
+    QTRY_VERIFY(QProcess::execute(u"pgrep"_s, {u"-f"_s, u"^sleep 4713"_s}) != 0);
 }
 
 QTEST_GUILESS_MAIN(tst_CommandLine)

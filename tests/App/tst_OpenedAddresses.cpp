@@ -2,13 +2,13 @@
 
 #include "Platform/UserDefaults.h"
 #include "Services/KeychainService.h"
+#include "Support/Table.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -131,15 +131,13 @@ void tst_OpenedAddresses::coldStart()
 
 void tst_OpenedAddresses::secondStart_data()
 {
-    QTest::addColumn<bool>("hasBus");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("userId");
+    const auto row = columns<bool, QStringList, QString>("hasBus", "arguments", "userId");
 
-    QTest::newRow("bus, without address") << true << QStringList() << QString();
-    QTest::newRow("bus, with address") << true << QStringList{address} << u"u1"_s;
-    QTest::newRow("socket, without address") << false << QStringList() << QString();
-    QTest::newRow("socket, with address") << false << QStringList{address} << u"u1"_s;
-    QTest::newRow("socket, much") << false << QStringList{address + u"&more="_s + QString(100'000, u'm')} << u"u1"_s;
+    row("bus, without address", true, {}, {});
+    row("bus, with address", true, QStringList{address}, u"u1"_s);
+    row("socket, without address", false, {}, {});
+    row("socket, with address", false, QStringList{address}, u"u1"_s);
+    row("socket, much", false, QStringList{address + u"&more="_s + QString(100'000, u'm')}, u"u1"_s);
 }
 
 void tst_OpenedAddresses::secondStart()
@@ -163,19 +161,15 @@ void tst_OpenedAddresses::secondStart()
 
 void tst_OpenedAddresses::callOnTheBus_data()
 {
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QString>("userId");
+    const auto row = columns<QString, QVariantList, QString>("method", "arguments", "userId");
 
     const QVariantMap platformData{{u"activation-token"_s, u"a-token"_s}};
     const auto open = [&](const QStringList &addresses) { return QVariantList{addresses, platformData}; };
-    QTest::newRow("one address") << u"Open"_s << open({address}) << u"u1"_s;
-    QTest::newRow("several, some useless")
-        << u"Open"_s << open({u""_s, u"x-vaelix://callback"_s, u"nonsense"_s, address}) << u"u1"_s;
-    QTest::newRow("none") << u"Open"_s << open({}) << QString();
-    QTest::newRow("activation") << u"Activate"_s << QVariantList{platformData} << QString();
-    QTest::newRow("unknown action") << u"ActivateAction"_s << QVariantList{u"dance"_s, QVariantList(), platformData}
-                                    << QString();
+    row("one address", u"Open"_s, open({address}), u"u1"_s);
+    row("several, some useless", u"Open"_s, open({u""_s, u"x-vaelix://callback"_s, u"nonsense"_s, address}), u"u1"_s);
+    row("none", u"Open"_s, open({}), {});
+    row("activation", u"Activate"_s, QVariantList{platformData}, {});
+    row("unknown action", u"ActivateAction"_s, QVariantList{u"dance"_s, QVariantList(), platformData}, {});
 }
 
 void tst_OpenedAddresses::callOnTheBus()

@@ -3,9 +3,10 @@
 
 #include "DevServer.h"
 #include "Screens.h"
+#include "Support/ScannedCode.h"
+#include "Support/Table.h"
 #include "Views/Software/QQBotPage.h"
 
-#include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <memory>
@@ -64,7 +65,6 @@ private Q_SLOTS:
 private:
     void writeAgent(const QByteArray &script) const;
     void openDetail(const QString &name) const;
-    QQuickItem *alert(const QString &title) const { return m_screens->element(QAccessible::AlertMessage, title); }
 
     std::unique_ptr<devserver::DevServer> m_server;
     std::unique_ptr<Screens> m_screens;
@@ -93,9 +93,8 @@ void tst_AgentScreens::cleanup()
 /// Puts a program in OpenClaw's place; nothing that it or a command line does can end another program.
 void tst_AgentScreens::writeAgent(const QByteArray &script) const
 {
-    const QString agent = u".openclaw/bin/openclaw"_s;
-    m_screens->scratch.write(agent, "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n" + script);
-    QFile::setPermissions(m_screens->scratch.path(agent), QFile::ReadOwner | QFile::ExeOwner);
+    m_screens->scratch.writeProgram(u".openclaw/bin/openclaw"_s,
+                                    "#!/bin/sh\necho \"$*\" >> \"$HOME/calls\"\n" + script);
     m_screens->scratch.write(u".zprofile"_s,
                              "export PATH=~/.openclaw/bin:$PATH\n"
                              "sleep() { }\npkill() { }\nlsof() { }\nkill() { }\n");
@@ -110,19 +109,17 @@ void tst_AgentScreens::openDetail(const QString &name) const
 
 void tst_AgentScreens::buttonsOfTheAgents_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<SoftwareStatus::Value>("status");
-    QTest::addColumn<bool>("areConnected");
-    QTest::addColumn<QString>("buttons");
-    QTest::newRow("installed") << u"OpenClaw"_s << SoftwareStatus::Installed << false
-                               << u"已安装 启动 配置 打开对话 接入微信 接入QQ 关闭询问 升级 卸载"_s;
-    QTest::newRow("connected") << u"OpenClaw"_s << SoftwareStatus::Running << true
-                               << u"已安装 停止 配置 打开对话 已接入微信 已接入QQ 已关闭询问 升级 卸载"_s;
-    QTest::newRow("not installed") << u"OpenClaw"_s << SoftwareStatus::NotInstalled << false
-                                   << u"安装 -配置 -打开对话 -接入微信 -接入QQ -关闭询问 -升级 -卸载"_s;
-    QTest::newRow("Hermes") << u"Hermes Agent"_s << SoftwareStatus::Stopped << false
-                            << u"已安装 启动 打开对话 接入微信 接入QQ 关闭询问 升级 卸载"_s;
-    QTest::newRow("no agent") << u"TOOL"_s << SoftwareStatus::Installed << true << u"已安装 启动 升级 卸载"_s;
+    const auto row =
+        columns<QString, SoftwareStatus::Value, bool, QString>("name", "status", "areConnected", "buttons");
+    row("installed", u"OpenClaw"_s, SoftwareStatus::Installed, false,
+        u"已安装 启动 配置 打开对话 接入微信 接入QQ 关闭询问 升级 卸载"_s);
+    row("connected", u"OpenClaw"_s, SoftwareStatus::Running, true,
+        u"已安装 停止 配置 打开对话 已接入微信 已接入QQ 已关闭询问 升级 卸载"_s);
+    row("not installed", u"OpenClaw"_s, SoftwareStatus::NotInstalled, false,
+        u"安装 -配置 -打开对话 -接入微信 -接入QQ -关闭询问 -升级 -卸载"_s);
+    row("Hermes", u"Hermes Agent"_s, SoftwareStatus::Stopped, false,
+        u"已安装 启动 打开对话 接入微信 接入QQ 关闭询问 升级 卸载"_s);
+    row("no agent", u"TOOL"_s, SoftwareStatus::Installed, true, u"已安装 启动 升级 卸载"_s);
 }
 
 void tst_AgentScreens::buttonsOfTheAgents()
@@ -137,23 +134,15 @@ void tst_AgentScreens::buttonsOfTheAgents()
     }
     openDetail(name);
     m_screens->setStatus(m_screens->viewModel.selectedSoftware()->id(), status);
-    QStringList names;
-    for (QQuickItem *const button : m_screens->elements(QAccessible::Button)) {
-        const QString text = QAccessible::queryAccessibleInterface(button)->text(QAccessible::Name);
-        const QStringList elsewhere{u"仪表盘"_s, u"AI 软件"_s,    u"Token 管理"_s, u"检查更新"_s,
-                                    u"刷新"_s,   u"端口与模型"_s, u"平台接入"_s};
-        if (!elsewhere.contains(text))
-            names.append((button->isEnabled() ? u""_s : u"-"_s) + text);
-    }
-    QTEST(names.join(u' '), "buttons");
+    QTEST(m_screens->detailButtons(), "buttons");
 }
 
 void tst_AgentScreens::whatHermesCannotDo_data()
 {
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("WeChat") << u"接入微信"_s << u"Hermes Agent 暂不支持接入微信，敬请期待后续版本更新。"_s;
-    QTest::newRow("QQ") << u"接入QQ"_s << u"Hermes Agent 暂不支持接入QQ，敬请期待后续版本更新。"_s;
+    const auto row = columns<QString, QString>("button", "message");
+    row("WeChat", u"接入微信"_s, u"Hermes Agent 暂不支持接入微信，敬请期待后续版本更新。"_s);
+    row("QQ", u"接入QQ"_s, u"Hermes Agent 暂不支持接入QQ，敬请期待后续版本更新。"_s);
+    row("upgrade", u"升级"_s, u"Hermes Agent 暂不支持在此处升级，敬请期待后续版本更新。"_s);
 }
 
 void tst_AgentScreens::whatHermesCannotDo()
@@ -162,8 +151,9 @@ void tst_AgentScreens::whatHermesCannotDo()
     QFETCH(QString, message);
     openDetail(u"Hermes Agent"_s);
     m_screens->click(m_screens->button(button));
-    QTRY_VERIFY(alert(u"暂不支持"_s));
+    QTRY_VERIFY(m_screens->alert(u"暂不支持"_s));
     QVERIFY(m_screens->shows(message));
+    QVERIFY(!m_screens->viewModel.isOperating());
 }
 
 void tst_AgentScreens::connectionsAreReadWhenTheDetailIsShown()
@@ -178,9 +168,9 @@ void tst_AgentScreens::connectionsAreReadWhenTheDetailIsShown()
     for (const auto &[button, title] :
          {std::pair(u"已接入QQ"_s, u"重新接入QQ"_s), std::pair(u"已接入微信"_s, u"重新接入微信"_s)}) {
         m_screens->click(m_screens->button(button));
-        QTRY_VERIFY(alert(title) && m_screens->button(u"重新接入"_s)->hasActiveFocus());
+        QTRY_VERIFY(m_screens->alert(title) && m_screens->button(u"重新接入"_s)->hasActiveFocus());
         m_screens->press(Qt::Key_Escape);
-        QTRY_VERIFY(!alert(title));
+        QTRY_VERIFY(!m_screens->alert(title));
     }
 }
 
@@ -204,10 +194,10 @@ void tst_AgentScreens::switchingOffApprovalsAsksFirst()
     m_screens->click(m_screens->button(u"确认关闭"_s));
     QTRY_VERIFY(m_screens->button(u"已关闭询问"_s));
     QTRY_COMPARE(m_screens->scratch.read(u"calls"_s), "gateway\n");
-    QTRY_VERIFY(!alert(u"关闭工具调用询问"_s));
+    QTRY_VERIFY(!m_screens->alert(u"关闭工具调用询问"_s));
     m_screens->click(m_screens->button(u"已关闭询问"_s));
     m_screens->settle();
-    QVERIFY(!alert(u"关闭工具调用询问"_s));
+    QVERIFY(!m_screens->alert(u"关闭工具调用询问"_s));
 
     m_screens->select(u"Hermes Agent"_s);
     QFile::remove(m_screens->scratch.path(u".openclaw/exec-approvals.json"_s));
@@ -274,11 +264,11 @@ void tst_AgentScreens::theGatewaySheetOfHermes()
 void tst_AgentScreens::aBotIsFoundOnThePage_data()
 {
     using devserver::QQBotShow;
-    QTest::addColumn<QQBotShow>("show");
-    QTest::newRow("text") << QQBotShow::Text;
-    QTest::newRow("attributes") << QQBotShow::Attributes;
-    QTest::newRow("a frame inside the page") << QQBotShow::IFrame;
-    QTest::newRow("late") << QQBotShow::Late;
+    const auto row = columns<QQBotShow>("show");
+    row("text", QQBotShow::Text);
+    row("attributes", QQBotShow::Attributes);
+    row("a frame inside the page", QQBotShow::IFrame);
+    row("late", QQBotShow::Late);
 }
 
 void tst_AgentScreens::aBotIsFoundOnThePage()
@@ -287,7 +277,7 @@ void tst_AgentScreens::aBotIsFoundOnThePage()
     m_server->state().qqBot = {.isCreated = true, .show = show};
     openDetail(u"OpenClaw"_s);
     m_screens->click(m_screens->button(u"接入QQ"_s));
-    QTRY_VERIFY_WITH_TIMEOUT(alert(u"检测到机器人凭证"_s), 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_screens->alert(u"检测到机器人凭证"_s), 60000);
     QVERIFY(m_screens->shows(u"APPID: 1029384756\nAPPSECRET: Kq7ZtB2x...\n\n是否将此机器人接入 OpenClaw？"_s));
     QCOMPARE(m_screens->viewModel.qqBotConnection()->detectedAppSecret(), secret);
 }
@@ -306,7 +296,7 @@ void tst_AgentScreens::aBotIsConnected()
         page()->setProperty("url", QUrl(qEnvironmentVariable("VAELIX_SERVER_ORIGIN") + QLatin1String(address)));
     };
     follow("/qqbot/openclaw/index.html?show=text");
-    QTRY_VERIFY_WITH_TIMEOUT(alert(u"检测到机器人凭证"_s), 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_screens->alert(u"检测到机器人凭证"_s), 60000);
     QCOMPARE(detected.count(), 1);
     // The page goes on while the question is open: its bot replaces the one asked about.
     m_server->state().qqBot.appId = u"99887766"_s;
@@ -314,19 +304,19 @@ void tst_AgentScreens::aBotIsConnected()
     QTRY_COMPARE_WITH_TIMEOUT(detected.count(), 2, 60000);
     QTRY_VERIFY(m_screens->shows(u"APPID: 99887766\nAPPSECRET: Kq7ZtB2x...\n\n是否将此机器人接入 OpenClaw？"_s));
     m_screens->press(Qt::Key_Escape);
-    QTRY_VERIFY(!alert(u"检测到机器人凭证"_s));
+    QTRY_VERIFY(!m_screens->alert(u"检测到机器人凭证"_s));
     QVERIFY(page()->isVisible());
 
     m_screens->viewModel.qqBotConnection()->takeCredentials(appId, secret);
     QTRY_VERIFY(m_screens->button(u"接入"_s) && m_screens->button(u"接入"_s)->hasActiveFocus());
     m_screens->press(Qt::Key_Return);
-    QTRY_VERIFY(alert(u"接入成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"接入成功"_s));
     QVERIFY(!page());
     QVERIFY(m_screens->scratch.read(u"calls"_s)
                 .startsWith("channels add --channel qqbot --token 1029384756:" + secret.toUtf8()));
     QTRY_VERIFY(m_screens->button(u"完成"_s)->hasActiveFocus());
     m_screens->press(Qt::Key_Return);
-    QTRY_VERIFY(!alert(u"接入成功"_s));
+    QTRY_VERIFY(!m_screens->alert(u"接入成功"_s));
     QVERIFY(m_screens->button(u"接入QQ"_s));
     m_screens->scratch.write(u".openclaw/qqbot"_s, {}); // as the agent's gateway does, in its own time
     QTRY_VERIFY(m_screens->button(u"已接入QQ"_s));
@@ -341,21 +331,21 @@ void tst_AgentScreens::pagesThatDoNotLoadCanBeRetried()
     QTRY_VERIFY_WITH_TIMEOUT(m_screens->shows(u"无法打开 QQ 机器人页面"_s), 60000);
     m_server->faults().clear();
     m_screens->click(m_screens->button(u"重试"_s));
-    QTRY_VERIFY_WITH_TIMEOUT(alert(u"检测到机器人凭证"_s), 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_screens->alert(u"检测到机器人凭证"_s), 60000);
 }
 
 void tst_AgentScreens::messagesOfThePage_data()
 {
-    QTest::addColumn<QString>("message"); // %1 stands for the mark
-    QTest::addColumn<bool>("isTaken");
-    QTest::newRow("credentials") << uR"(%1{"appId":"1","appSecret":"2"})"_s << true;
-    QTest::newRow("without the mark") << uR"({"appId":"1","appSecret":"2"})"_s << false;
-    QTest::newRow("another mark") << uR"(credentials:00:{"appId":"1","appSecret":"2"})"_s << false;
-    QTest::newRow("after the mark of somebody else") << uR"(x%1{"appId":"1","appSecret":"2"})"_s << false;
-    QTest::newRow("no secret") << uR"(%1{"appId":"1"})"_s << false;
-    QTest::newRow("a number") << uR"(%1{"appId":1,"appSecret":"2"})"_s << false;
-    QTest::newRow("no object") << uR"(%1["1","2"])"_s << false;
-    QTest::newRow("no JSON") << uR"(%1hello)"_s << false;
+    // message: %1 stands for the mark
+    const auto row = columns<QString, bool>("message", "isTaken");
+    row("credentials", uR"(%1{"appId":"1","appSecret":"2"})"_s, true);
+    row("without the mark", uR"({"appId":"1","appSecret":"2"})"_s, false);
+    row("another mark", uR"(credentials:00:{"appId":"1","appSecret":"2"})"_s, false);
+    row("after the mark of somebody else", uR"(x%1{"appId":"1","appSecret":"2"})"_s, false);
+    row("no secret", uR"(%1{"appId":"1"})"_s, false);
+    row("a number", uR"(%1{"appId":1,"appSecret":"2"})"_s, false);
+    row("no object", uR"(%1["1","2"])"_s, false);
+    row("no JSON", uR"(%1hello)"_s, false);
 }
 
 void tst_AgentScreens::messagesOfThePage()
@@ -383,19 +373,14 @@ void tst_AgentScreens::theCodeOfWeChatCanBeScanned()
                "echo '[\"wx\"]' > \"$HOME/.openclaw/openclaw-weixin/accounts.json\"\necho login success\n");
     openDetail(u"OpenClaw"_s);
     m_screens->click(m_screens->button(u"接入微信"_s));
-    QTRY_VERIFY(alert(u"请用微信扫描下方二维码..."_s));
+    QTRY_VERIFY(m_screens->alert(u"请用微信扫描下方二维码..."_s));
     QTRY_VERIFY(m_screens->viewModel.weChatConnection()->output()->text().contains("▀▄"));
     m_screens->settle();
 
-    const QString screenshot = m_screens->scratch.path(u"code.png"_s);
-    QVERIFY(m_screens->window->grabWindow().save(screenshot));
-    QProcess zbar;
-    zbar.start(u"zbarimg"_s, {u"--raw"_s, u"-q"_s, screenshot});
-    QVERIFY(zbar.waitForFinished(30000));
-    QCOMPARE(QString::fromUtf8(zbar.readAllStandardOutput()).trimmed(), QLatin1String(address));
+    QCOMPARE(scannedCode(m_screens->window->grabWindow()), QLatin1String(address));
 
     m_screens->scratch.write(u"go"_s, {});
-    QTRY_VERIFY(alert(u"接入成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"接入成功"_s));
     QTRY_VERIFY(m_screens->button(u"完成"_s)->hasActiveFocus());
     m_screens->press(Qt::Key_Return);
     QTRY_VERIFY(m_screens->button(u"已接入微信"_s));
@@ -407,11 +392,11 @@ void tst_AgentScreens::aFailedWeChatLoginCanBeRetried()
     writeAgent("[ \"$2\" != login ] || { cat \"$HOME/fixed\" || exit 1; }\n");
     openDetail(u"OpenClaw"_s);
     m_screens->click(m_screens->button(u"接入微信"_s));
-    QTRY_VERIFY(alert(u"接入失败"_s));
+    QTRY_VERIFY(m_screens->alert(u"接入失败"_s));
     m_screens->scratch.write(u"fixed"_s, "好了\n");
     m_screens->settle();
     m_screens->click(m_screens->button(u"重试"_s));
-    QTRY_VERIFY(alert(u"接入成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"接入成功"_s));
 }
 
 void tst_AgentScreens::aClosedSheetShowsTheSameRunAgain()
@@ -423,12 +408,12 @@ void tst_AgentScreens::aClosedSheetShowsTheSameRunAgain()
     WeChatConnectViewModel *const connection = m_screens->viewModel.weChatConnection();
     QTRY_VERIFY(connection->output()->text().size() > 100000);
     m_screens->press(Qt::Key_Escape);
-    QTRY_VERIFY(!alert(u"请用微信扫描下方二维码..."_s));
+    QTRY_VERIFY(!m_screens->alert(u"请用微信扫描下方二维码..."_s));
     QTRY_VERIFY(m_screens->button(u"接入微信"_s)->isEnabled());
     m_screens->click(m_screens->button(u"接入微信"_s));
-    QTRY_VERIFY(alert(u"请用微信扫描下方二维码..."_s));
+    QTRY_VERIFY(m_screens->alert(u"请用微信扫描下方二维码..."_s));
     m_screens->scratch.write(u"go"_s, {});
-    QTRY_VERIFY(alert(u"接入成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"接入成功"_s));
     QCOMPARE(m_screens->scratch.read(u"calls"_s).count("channels login"), 1);
     QTRY_VERIFY(connection->output()->text().contains("检查网关状态"));
 }

@@ -1,3 +1,4 @@
+#include "Support/Table.h"
 #include "Views/Components/SymbolImageProvider.h"
 #include "Views/Components/TerminalDocument.h"
 #include "Views/QmlTypes.h"
@@ -5,7 +6,6 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QSignalSpy>
-#include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
 
@@ -43,19 +43,17 @@ static QQuickTextDocument *documentOf(QObject &textEdit)
 
 void tst_Components::theDocumentHoldsTheLastText_data()
 {
-    QTest::addColumn<QStringList>("texts");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("growing") << QStringList{u"a"_s, u"ab\n"_s, u"ab\ncd"_s} << u"ab\ncd"_s;
-    QTest::newRow("cut at the front") << QStringList{u"one\ntwo\n"_s, u"...\no\nthree\n"_s} << u"...\no\nthree\n"_s;
-    QTest::newRow("moving on") << QStringList{u"...\n12345\n"_s, u"...\n345\n6"_s, u"...\n5\n678"_s}
-                               << u"...\n5\n678"_s;
-    QTest::newRow("nothing in common") << QStringList{u"等待输出..."_s, u">>> 开始\n"_s} << u">>> 开始\n"_s;
-    QTest::newRow("repeating itself") << QStringList{u"aaaa"_s, u"...\naaaa"_s, u"...\naaab"_s} << u"...\naaab"_s;
-    QTest::newRow("emptied") << QStringList{u"...\nabc"_s, u""_s, u"x"_s} << u"x"_s;
-    QTest::newRow("started anew") << QStringList{u"...\nabc"_s, u"abc"_s} << u"abc"_s;
-    QTest::newRow("carriage returns") << QStringList{u"1%\r"_s, u"1%\r2%\r\n"_s, u"2%\r\n3%\r"_s} << u"2%\n3%\n"_s;
-    QTest::newRow("paragraph marks") << QStringList{u"a\u2029b"_s, u"a\u2029b\uFDD0c"_s} << u"a\nb\nc"_s;
-    QTest::newRow("pairs") << QStringList{u"😀😀"_s, u"😀✅"_s} << u"😀✅"_s;
+    const auto row = columns<QStringList, QString>("texts", "shown");
+    row("growing", QStringList{u"a"_s, u"ab\n"_s, u"ab\ncd"_s}, u"ab\ncd"_s);
+    row("cut at the front", QStringList{u"one\ntwo\n"_s, u"...\no\nthree\n"_s}, u"...\no\nthree\n"_s);
+    row("moving on", QStringList{u"...\n12345\n"_s, u"...\n345\n6"_s, u"...\n5\n678"_s}, u"...\n5\n678"_s);
+    row("nothing in common", QStringList{u"等待输出..."_s, u">>> 开始\n"_s}, u">>> 开始\n"_s);
+    row("repeating itself", QStringList{u"aaaa"_s, u"...\naaaa"_s, u"...\naaab"_s}, u"...\naaab"_s);
+    row("emptied", QStringList{u"...\nabc"_s, u""_s, u"x"_s}, u"x"_s);
+    row("started anew", QStringList{u"...\nabc"_s, u"abc"_s}, u"abc"_s);
+    row("carriage returns", QStringList{u"1%\r"_s, u"1%\r2%\r\n"_s, u"2%\r\n3%\r"_s}, u"2%\n3%\n"_s);
+    row("paragraph marks", QStringList{u"a\u2029b"_s, u"a\u2029b\uFDD0c"_s}, u"a\nb\nc"_s);
+    row("pairs", QStringList{u"😀😀"_s, u"😀✅"_s}, u"😀✅"_s);
 }
 
 void tst_Components::theDocumentHoldsTheLastText()
@@ -97,11 +95,11 @@ void tst_Components::anUpdateLeavesTheKeptLinesAlone()
 
 void tst_Components::symbolsAreDrawnInTheColourAndSizeAsked_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::newRow("a symbol") << u"play.fill"_s;
-    QTest::newRow("one of a server's catalog that nobody knows") << u"no.such.symbol"_s;
-    QTest::newRow("no name") << u""_s;
-    QTest::newRow("a path") << u"../../etc/passwd"_s;
+    const auto row = columns<QString>("name");
+    row("a symbol", u"play.fill"_s);
+    row("one of a server's catalog that nobody knows", u"no.such.symbol"_s);
+    row("no name", u""_s);
+    row("a path", u"../../etc/passwd"_s);
 }
 
 void tst_Components::symbolsAreDrawnInTheColourAndSizeAsked()

@@ -1,5 +1,6 @@
 #include "Screens.h"
 
+#include "Support/Table.h"
 #include "Utilities/Deployment.h"
 #include "Views/Auth/LoginNavigation.h"
 
@@ -271,7 +272,7 @@ void tst_LoginScreens::anUpdateCheckEndsInANotice()
     };
     connect(button, &QQuickItem::enabledChanged, this, look, Qt::QueuedConnection);
     m_screens->click(button);
-    QTRY_VERIFY(m_screens->element(QAccessible::AlertMessage, u"已是最新版本"_s));
+    QTRY_VERIFY(m_screens->alert(u"已是最新版本"_s));
     QTRY_COMPARE(seen, (QStringList{u"disabled spinning"_s, u"enabled"_s}));
     QVERIFY(m_screens->shows(u"当前没有可用的更新。"_s));
     QTRY_VERIFY(m_screens->button(u"好"_s)->hasActiveFocus());
@@ -281,25 +282,23 @@ void tst_LoginScreens::anUpdateCheckEndsInANotice()
 
 void tst_LoginScreens::addressesAreToldApart_data()
 {
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<bool>("isCallback");
-    QTest::addColumn<bool>("isCallbackPage");
-    QTest::newRow("callback") << u"x-vaelix://callback?token=1"_s << true << false;
-    QTest::newRow("any host") << u"x-vaelix://elsewhere.example/auth/callback"_s << true << false;
-    QTest::newRow("scheme in capitals") << u"X-Vaelix://callback"_s << true << false;
-    QTest::newRow("longer scheme") << u"x-vaelix2://callback"_s << false << false;
-    QTest::newRow("scheme in the query") << u"https://LOGIN/?to=x-vaelix://callback"_s << false << false;
-    QTest::newRow("account server") << u"https://ACCOUNT/auth/callback?code=1"_s << false << true;
-    QTest::newRow("login server") << u"https://LOGIN/auth/callback"_s << false << true;
-    QTest::newRow("host under it") << u"https://eu.ACCOUNT/auth/callback"_s << false << true;
-    QTest::newRow("path below it") << u"https://ACCOUNT/auth/callback/done"_s << false << true;
-    QTest::newRow("another page") << u"https://ACCOUNT/auth/verify"_s << false << false;
-    QTest::newRow("path further down") << u"https://ACCOUNT/x/auth/callback"_s << false << false;
-    QTest::newRow("host that only ends alike") << u"https://evilACCOUNT/auth/callback"_s << false << false;
-    QTest::newRow("host that only begins alike") << u"https://ACCOUNT.evil.example/auth/callback"_s << false << false;
-    QTest::newRow("host as user name") << u"https://ACCOUNT@evil.example/auth/callback"_s << false << false;
-    QTest::newRow("no host") << u"file:///auth/callback"_s << false << false;
-    QTest::newRow("nothing") << u""_s << false << false;
+    const auto row = columns<QString, bool, bool>("address", "isCallback", "isCallbackPage");
+    row("callback", u"x-vaelix://callback?token=1"_s, true, false);
+    row("any host", u"x-vaelix://elsewhere.example/auth/callback"_s, true, false);
+    row("scheme in capitals", u"X-Vaelix://callback"_s, true, false);
+    row("longer scheme", u"x-vaelix2://callback"_s, false, false);
+    row("scheme in the query", u"https://LOGIN/?to=x-vaelix://callback"_s, false, false);
+    row("account server", u"https://ACCOUNT/auth/callback?code=1"_s, false, true);
+    row("login server", u"https://LOGIN/auth/callback"_s, false, true);
+    row("host under it", u"https://eu.ACCOUNT/auth/callback"_s, false, true);
+    row("path below it", u"https://ACCOUNT/auth/callback/done"_s, false, true);
+    row("another page", u"https://ACCOUNT/auth/verify"_s, false, false);
+    row("path further down", u"https://ACCOUNT/x/auth/callback"_s, false, false);
+    row("host that only ends alike", u"https://evilACCOUNT/auth/callback"_s, false, false);
+    row("host that only begins alike", u"https://ACCOUNT.evil.example/auth/callback"_s, false, false);
+    row("host as user name", u"https://ACCOUNT@evil.example/auth/callback"_s, false, false);
+    row("no host", u"file:///auth/callback"_s, false, false);
+    row("nothing", u""_s, false, false);
 }
 
 void tst_LoginScreens::addressesAreToldApart()
@@ -314,44 +313,33 @@ void tst_LoginScreens::addressesAreToldApart()
 
 void tst_LoginScreens::theStyleSheetArrivesIntact_data()
 {
-    QTest::addColumn<QString>("sheet");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("plain") << u"a { color: red }\nb {}"_s << u"a { color: red }\nb {}"_s;
-    QTest::newRow("backtick") << u"a::after { content: '`' }"_s << uR"(a::after { content: '\`' })"_s;
-    QTest::newRow("backslash") << uR"(a::after { content: '\2014' })"_s << uR"(a::after { content: '\\2014' })"_s;
-    QTest::newRow("both together") << uR"(\`)"_s << uR"(\\\`)"_s;
+    const auto row = columns<QString>("sheet");
+    row("plain", u"a { color: red }\nb {}"_s);
+    row("backtick", u"a::after { content: '`' }"_s);
+    row("backslash", uR"(a::after { content: '\2014' })"_s);
+    row("both together", uR"(\`)"_s);
 }
 
 void tst_LoginScreens::theStyleSheetArrivesIntact()
 {
     QFETCH(QString, sheet);
-    QFETCH(QString, written);
-    const QString script = LoginNavigation::styleScript(sheet);
-    QCOMPARE(script,
-             u"(function() {\n    var old = document.getElementById('__vaelix_native_css__');\n    if (old) "
-             "old.remove();\n    var s = document.createElement('style');\n    s.id = '__vaelix_native_css__';\n    "
-             "s.textContent = `"_s
-                 + written + u"`;\n    document.head.appendChild(s);\n})();"_s);
     QJSEngine page;
     page.evaluate(u"var added; var document = { getElementById: () => null, createElement: () => ({}),"
                   "head: { appendChild: element => { added = element } } }"_s);
-    QVERIFY(!page.evaluate(script).isError());
+    QVERIFY(!page.evaluate(LoginNavigation::styleScript(sheet)).isError());
     QCOMPARE(page.evaluate(u"added.textContent"_s).toString(), sheet);
 }
 
 void tst_LoginScreens::aLoginEndsOnce_data()
 {
-    QTest::addColumn<QByteArray>("page");
-    QTest::newRow("script") << QByteArray("<script>location = 'TO'</script>");
-    QTest::newRow("link") << QByteArray(
-        "<a id=a href='TO'>完成</a><script>document.getElementById('a').click()</script>");
-    QTest::newRow("link clicked") << QByteArray("<a href='TO' style='position:fixed;inset:0'>完成</a>");
-    QTest::newRow("link to a new window")
-        << QByteArray("<a href='TO' target=_blank style='position:fixed;inset:0'>完成</a>");
-    QTest::newRow("form") << QByteArray(
-        "<form method=post action='TO'></form><script>document.forms[0].submit()</script>");
-    QTest::newRow("redirection") << QByteArray();
-    QTest::newRow("meta") << QByteArray("<meta http-equiv=refresh content='0;url=TO'>");
+    const auto row = columns<QByteArray>("page");
+    row("script", "<script>location = 'TO'</script>");
+    row("link", "<a id=a href='TO'>完成</a><script>document.getElementById('a').click()</script>");
+    row("link clicked", "<a href='TO' style='position:fixed;inset:0'>完成</a>");
+    row("link to a new window", "<a href='TO' target=_blank style='position:fixed;inset:0'>完成</a>");
+    row("form", "<form method=post action='TO'></form><script>document.forms[0].submit()</script>");
+    row("redirection", {});
+    row("meta", "<meta http-equiv=refresh content='0;url=TO'>");
 }
 
 void tst_LoginScreens::aLoginEndsOnce()
@@ -383,7 +371,7 @@ void tst_LoginScreens::aLoginEndsOnce()
     clock.start();
     QVERIFY(!m_screens->auth.isLoggedIn());
     if (!isClicked)
-        QTRY_VERIFY(m_screens->element(QAccessible::AlertMessage, u"登录成功"_s));
+        QTRY_VERIFY(m_screens->alert(u"登录成功"_s));
     QTRY_VERIFY(m_screens->auth.isLoggedIn());
     QVERIFY(clock.elapsed() >= 750);
     QTRY_VERIFY(m_screens->button(u"仪表盘"_s));
@@ -400,22 +388,21 @@ void tst_LoginScreens::theBackButtonDiscardsALoginThatIsEnding()
     const QPointer view = openWebPage();
     QSignalSpy callbacks(view, SIGNAL(callback(QUrl)));
     QTRY_COMPARE_WITH_TIMEOUT(callbacks.size(), 1, 30000);
-    QTRY_VERIFY(m_screens->element(QAccessible::AlertMessage, u"登录成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"登录成功"_s));
     m_screens->click(m_screens->button(u"返回"_s));
     QTRY_VERIFY(m_screens->button(u"登录 / 注册"_s) && !view);
 
     m_server.redirections.clear();
     QSignalSpy signedIn(&m_screens->auth, &AuthService::activationRequested);
-    QVERIFY(!m_screens->element(QAccessible::AlertMessage, u"登录成功"_s));
+    QVERIFY(!m_screens->alert(u"登录成功"_s));
     QVERIFY(!signedIn.wait(1000));
 }
 
 void tst_LoginScreens::onlyTheAccountServersCallbackPageIsASuccess_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<bool>("isSuccess");
-    QTest::newRow("the account server") << u"127.0.0.1"_s << true;
-    QTest::newRow("another host") << u"localhost"_s << false;
+    const auto row = columns<QString, bool>("host", "isSuccess");
+    row("the account server", u"127.0.0.1"_s, true);
+    row("another host", u"localhost"_s, false);
 }
 
 void tst_LoginScreens::onlyTheAccountServersCallbackPageIsASuccess()
@@ -430,7 +417,7 @@ void tst_LoginScreens::onlyTheAccountServersCallbackPageIsASuccess()
     QTRY_VERIFY_WITH_TIMEOUT(view->property("hasLoaded").toBool(), 30000);
     QCOMPARE(callbackLoading.size(), int(isSuccess));
     m_screens->settle();
-    QCOMPARE(m_screens->element(QAccessible::AlertMessage, u"登录成功"_s) != nullptr, isSuccess);
+    QCOMPARE(m_screens->alert(u"登录成功"_s) != nullptr, isSuccess);
     QVERIFY(!m_screens->auth.isLoggedIn());
 }
 

@@ -1,9 +1,9 @@
+#include "Support/Table.h"
 #include "Views/Components/QRCodeImageProvider.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -46,17 +46,17 @@ private Q_SLOTS:
 
 void tst_QRCodeImageProvider::code_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("width"); // in modules, without the quiet zone; 0 for no image
-    QTest::newRow("nothing") << QString() << 0;
-    QTest::newRow("version 1 holds 14 bytes at level M") << QString(14, u'a') << 21;
-    QTest::newRow("15 bytes need version 2") << QString(15, u'a') << 25;
-    QTest::newRow("bytes count, not characters") << QString(5, u'付') << 25;
-    QTest::newRow("digits are bytes, too") << QString(15, u'1') << 25;
-    QTest::newRow("a null character is one") << QString(15, QChar(0)) << 25;
-    QTest::newRow("payment") << u"weixin://wxpay/bizpayurl?pr=AbCdEf0"_s << 29;
-    QTest::newRow("all that a code holds") << QString(2331, u'a') << 177;
-    QTest::newRow("more than a code holds") << QString(2332, u'a') << 0;
+    // width: in modules, without the quiet zone; 0 for no image
+    const auto row = columns<QString, int>("text", "width");
+    row("nothing", {}, 0);
+    row("version 1 holds 14 bytes at level M", QString(14, u'a'), 21);
+    row("15 bytes need version 2", QString(15, u'a'), 25);
+    row("bytes count, not characters", QString(5, u'付'), 25);
+    row("digits are bytes, too", QString(15, u'1'), 25);
+    row("a null character is one", QString(15, QChar(0)), 25);
+    row("payment", u"weixin://wxpay/bizpayurl?pr=AbCdEf0"_s, 29);
+    row("all that a code holds", QString(2331, u'a'), 177);
+    row("more than a code holds", QString(2332, u'a'), 0);
 }
 
 void tst_QRCodeImageProvider::code()
@@ -89,13 +89,13 @@ void tst_QRCodeImageProvider::textOfItsOwn()
 
 void tst_QRCodeImageProvider::address_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("payment") << u"weixin://wxpay/bizpayurl?pr=a&b=%2F#c"_s;
-    QTest::newRow("web page") << u"http://127.0.0.1:8080/pay?order=1+2 3"_s;
-    QTest::newRow("percent signs") << u"100%25%"_s;
-    QTest::newRow("Chinese") << u"付款/二维码"_s;
-    QTest::newRow("path parts") << u"../a//b/./c"_s;
-    QTest::newRow("nothing") << QString();
+    const auto row = columns<QString>("text");
+    row("payment", u"weixin://wxpay/bizpayurl?pr=a&b=%2F#c"_s);
+    row("web page", u"http://127.0.0.1:8080/pay?order=1+2 3"_s);
+    row("percent signs", u"100%25%"_s);
+    row("Chinese", u"付款/二维码"_s);
+    row("path parts", u"../a//b/./c"_s);
+    row("nothing", {});
 }
 
 void tst_QRCodeImageProvider::address()

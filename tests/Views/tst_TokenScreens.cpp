@@ -1,13 +1,14 @@
 // The token section, the dashboard and the sheet for a new password in the real window, over the local server.
 
-#include "DevServer.h"
 #include "History.h"
 #include "Screens.h"
 #include "Seed.h"
+#include "Support/ScannedCode.h"
+#include "Support/Served.h"
+#include "Support/Table.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <memory>
@@ -27,19 +28,6 @@ const QString closeButton = u"关闭"_s;
 const TokenPackage &basic = TokenPackage::mockPackages().at(0);
 const TokenPackage &standard = TokenPackage::mockPackages().at(1);
 const TokenPackage &pro = TokenPackage::mockPackages().at(2);
-
-/// What a code in the picture stands for; empty when there is none that can be read.
-QString decodedCode(const QImage &image)
-{
-    const QTemporaryDir folder;
-    const QString file = folder.filePath(u"screen.png"_s);
-    if (!image.save(file))
-        return {};
-    QProcess reader;
-    reader.start(u"zbarimg"_s, {u"--quiet"_s, u"--raw"_s, file});
-    reader.waitForFinished();
-    return QString::fromUtf8(reader.readAllStandardOutput()).trimmed();
-}
 
 /// Does what the button of a payment page does.
 void pay(const QUrl &page)
@@ -88,8 +76,13 @@ private:
     void buy(const TokenPackage &package);
     void openPasswordSheet();
     void typeInto(const QString &label, const QString &text);
+    void typePasswords(const QString &current, const QString &wanted)
+    {
+        typeInto(u"当前密码"_s, current);
+        typeInto(u"新密码"_s, wanted);
+        typeInto(u"确认新密码"_s, wanted);
+    }
     bool hasText(const QString &part) const { return !m_screens->texts().filter(part).isEmpty(); }
-    QQuickItem *alert(const QString &title) const { return m_screens->element(QAccessible::AlertMessage, title); }
     qsizetype requestsFor(const QString &ending) const;
 
     std::unique_ptr<devserver::DevServer> m_server;
@@ -160,10 +153,10 @@ void tst_TokenScreens::aPackageIsBought()
     QVERIFY(m_screens->shows(u"点选一个套餐后即可购买"_s));
     choosePackage(standard);
     m_screens->click(m_screens->button(u"确认购买 标准版 - ¥39.90"_s));
-    QTRY_VERIFY(alert(u"确认购买"_s));
+    QTRY_VERIFY(m_screens->alert(u"确认购买"_s));
     QVERIFY(m_screens->shows(u"购买 标准版（500,000 Token），价格 ¥39.90\n将生成微信支付二维码"_s));
     m_screens->press(Qt::Key_Escape);
-    QTRY_VERIFY(!alert(u"确认购买"_s));
+    QTRY_VERIFY(!m_screens->alert(u"确认购买"_s));
     QCOMPARE(requestsFor(u"/recharge"_s), 0);
 
     buy(standard);
@@ -173,7 +166,7 @@ void tst_TokenScreens::aPackageIsBought()
     QTRY_VERIFY(m_screens->shows(u"等待支付结果..."_s));
     const QString url = m_screens->tokenViewModel.paymentQRUrl();
     QVERIFY(url.endsWith(m_screens->tokenViewModel.paymentOrderNo()));
-    QTRY_COMPARE(decodedCode(m_screens->window->grabWindow()), url);
+    QTRY_COMPARE(scannedCode(m_screens->window->grabWindow()), url);
 
     pay(QUrl(url));
     QTRY_VERIFY(m_screens->shows(u"标准版 已到账"_s));
@@ -187,9 +180,9 @@ void tst_TokenScreens::aPackageIsBought()
 
 void tst_TokenScreens::aPaymentSheetThatIsClosedStopsAsking_data()
 {
-    QTest::addColumn<bool>("byKey");
-    QTest::newRow("by its button") << false;
-    QTest::newRow("by Esc") << true;
+    const auto row = columns<bool>("byKey");
+    row("by its button", false);
+    row("by Esc", true);
 }
 
 void tst_TokenScreens::aPaymentSheetThatIsClosedStopsAsking()
@@ -211,10 +204,10 @@ void tst_TokenScreens::aPaymentSheetThatIsClosedStopsAsking()
 
 void tst_TokenScreens::messagesOfAPurchase_data()
 {
-    QTest::addColumn<int>("status"); // of creating an order; 0 for an order that nobody pays
-    QTest::addColumn<QString>("message");
-    QTest::newRow("no order") << 500 << u"创建订单失败: HTTP 500: oops"_s;
-    QTest::newRow("never paid") << 0 << u"支付超时，请重新购买"_s;
+    // status: of creating an order; 0 for an order that nobody pays
+    const auto row = columns<int, QString>("status", "message");
+    row("no order", 500, u"创建订单失败: HTTP 500: oops"_s);
+    row("never paid", 0, u"支付超时，请重新购买"_s);
 }
 
 void tst_TokenScreens::messagesOfAPurchase()
@@ -226,7 +219,7 @@ void tst_TokenScreens::messagesOfAPurchase()
     openTokens();
     buy(pro);
     QTRY_VERIFY_WITH_TIMEOUT(!m_screens->tokenViewModel.errorMessage().isEmpty(), 60000);
-    QTRY_VERIFY(alert(message));
+    QTRY_VERIFY(m_screens->alert(message));
     QVERIFY(m_screens->shows(message));
     QTRY_VERIFY(!m_screens->shows(u"微信扫码支付"_s));
     QTRY_VERIFY(m_screens->button(u"确认购买 专业版 - ¥129.90"_s)->isEnabled());
@@ -262,7 +255,7 @@ void tst_TokenScreens::theHistoryIsATable()
           TokenTransactionListModel::Balance, TokenTransactionListModel::Description})
         cells.append(model.data(model.index(0), role).toString());
     const auto firstRow = [this] { return m_screens->elements(QAccessible::ListItem).first(); };
-    QCOMPARE(QAccessible::queryAccessibleInterface(firstRow())->text(QAccessible::Name), cells.join(u'，'));
+    QCOMPARE(accessibleName(firstRow()), cells.join(u'，'));
     for (const QString &cell : cells)
         QVERIFY2(m_screens->shows(cell), qUtf8Printable(cell));
 }
@@ -327,20 +320,16 @@ void tst_TokenScreens::theDashboardCounts()
 
 void tst_TokenScreens::theDashboardsChart_data()
 {
-    QTest::addColumn<QByteArray>("usage");
-    QTest::addColumn<QStringList>("days");
-    QTest::addColumn<QList<double>>("heights");
-    QTest::newRow("none") << QByteArray("[]") << QStringList() << QList<double>();
-    QTest::newRow("one day") << QByteArray(R"([{"date":"2026-11-20","tokens":1234567}])")
-                             << QStringList{u"11/20，1234567 Token"_s} << QList<double>{140};
-    QTest::newRow("nothing used") << QByteArray(
-        R"([{"date":"2026-11-19","tokens":0},{"date":"2026-11-20","tokens":0}])")
-                                  << QStringList{u"11/19，0 Token"_s, u"11/20，0 Token"_s} << QList<double>{4, 4};
-    QTest::newRow("one huge day, and one that is no date")
-        << QByteArray(R"([{"date":"2026-11-18","tokens":5},{"date":"2026-13-40","tokens":7},
-                          {"date":"2026-11-19","tokens":99000000000},{"date":"2026-11-20","tokens":49500000000}])")
-        << QStringList{u"11/18，5 Token"_s, u"11/19，99000000000 Token"_s, u"11/20，49500000000 Token"_s}
-        << QList<double>{4, 140, 70};
+    const auto row = columns<QByteArray, QStringList, QList<double>>("usage", "days", "heights");
+    row("none", "[]", {}, {});
+    row("one day", R"([{"date":"2026-11-20","tokens":1234567}])", QStringList{u"11/20，1234567 Token"_s},
+        QList<double>{140});
+    row("nothing used", R"([{"date":"2026-11-19","tokens":0},{"date":"2026-11-20","tokens":0}])",
+        QStringList{u"11/19，0 Token"_s, u"11/20，0 Token"_s}, QList<double>{4, 4});
+    row("one huge day, and one that is no date", R"([{"date":"2026-11-18","tokens":5},{"date":"2026-13-40","tokens":7},
+                          {"date":"2026-11-19","tokens":99000000000},{"date":"2026-11-20","tokens":49500000000}])",
+        QStringList{u"11/18，5 Token"_s, u"11/19，99000000000 Token"_s, u"11/20，49500000000 Token"_s},
+        QList<double>{4, 140, 70});
 }
 
 void tst_TokenScreens::theDashboardsChart()
@@ -348,8 +337,7 @@ void tst_TokenScreens::theDashboardsChart()
     QFETCH(QByteArray, usage);
     QFETCH(QStringList, days);
     QFETCH(QList<double>, heights);
-    m_server->faults().set("GET", usagePath,
-                           {.status = 200, .body = R"({"code":0,"message":"ok","data":)" + usage + '}'});
+    m_server->faults().set("GET", usagePath, {.status = 200, .body = envelope(usage)});
     m_screens->window->resize(900, 600);
     m_screens->click(m_screens->button(u"Token 管理"_s));
     m_screens->click(m_screens->button(u"仪表盘"_s));
@@ -388,16 +376,14 @@ void tst_TokenScreens::typeInto(const QString &label, const QString &text)
 void tst_TokenScreens::aPasswordIsChanged()
 {
     openPasswordSheet();
-    typeInto(u"当前密码"_s, u"zhangwei-2024"_s);
-    typeInto(u"新密码"_s, u"短"_s);
-    typeInto(u"确认新密码"_s, u"短"_s);
+    typePasswords(u"zhangwei-2024"_s, u"短"_s);
     QVERIFY(!m_screens->shows(u"短"_s));
     m_screens->click(m_screens->button(u"确认修改"_s));
     QTRY_VERIFY(m_screens->shows(u"新密码长度不能少于6位"_s));
     typeInto(u"新密码"_s, u"一二三四五六"_s);
     typeInto(u"确认新密码"_s, u"一二三四五六"_s);
     m_screens->press(Qt::Key_Return);
-    QTRY_VERIFY(alert(u"密码修改成功"_s));
+    QTRY_VERIFY(m_screens->alert(u"密码修改成功"_s));
     QVERIFY(m_screens->shows(u"下次登录时请使用新密码。"_s));
     QCOMPARE(m_server->state().accounts.all().first().password, u"一二三四五六"_s);
     m_screens->settle();
@@ -427,9 +413,7 @@ void tst_TokenScreens::theButtonNeedsAllThreePasswords()
 void tst_TokenScreens::aRefusedPasswordKeepsWhatWasTyped()
 {
     openPasswordSheet();
-    typeInto(u"当前密码"_s, u"wrong"_s);
-    typeInto(u"新密码"_s, u"brand-new"_s);
-    typeInto(u"确认新密码"_s, u"brand-new"_s);
+    typePasswords(u"wrong"_s, u"brand-new"_s);
     m_server->faults().set("POST", passwordPath,
                            {.status = 200, .body = R"({"code":1001,"message":"当前密码不正确"})"});
     m_screens->click(m_screens->button(u"确认修改"_s));

@@ -230,7 +230,7 @@ void tst_DevServerCloudAPI::usedUpBalanceIsRefused()
 void tst_DevServerCloudAPI::badKeyIsRefused()
 {
     const QByteArray body = chatBody(R"([{"role":"user","content":"A"}])");
-    for (const char *header : {"", "Bearer ", "Bearer sk-1", "Basic sk-1/+"}) {
+    for (const char *header : {"", "Bearer ", "Bearer sk-1", "Digest sk-1/+"}) {
         const Client::Headers headers{{"Authorization", header}};
         for (const Reply &reply :
              {m_client->get("/v1/models", headers), m_client->send("POST", ChatPath, body, headers)}) {

@@ -327,7 +327,7 @@ void tst_DevServerLogin::headerWithoutAGoodTokenIsRefused()
 {
     const QByteArray good = token(Second).toUtf8();
     for (const QByteArray &header :
-         {QByteArray("Bearer "), "Basic " + good, good, "Bearer " + good + 'x', QByteArray("Bearer u2")})
+         {QByteArray("Bearer "), "Digest " + good, good, "Bearer " + good + 'x', QByteArray("Bearer u2")})
         for (const auto &[method, path] : {std::pair("GET", "/auth/verify"), std::pair("POST", "/auth/logout")}) {
             const Reply reply = send(method, path, {}, {{"Authorization", header}});
             QVERIFY2(reply.status == 401 && reply.json()["code"] == 1, header.constData());
