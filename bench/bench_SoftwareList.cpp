@@ -1,13 +1,12 @@
 // The software list with 10,000 programs, shown by the application's own list in a window.
 
+#include "BenchWindow.h"
 #include "ManyEntries.h"
 #include "Measure.h"
 #include "Support/Scratch.h"
-#include "Views/QmlTypes.h"
 #include "Views/Software/ScreenViewModel.h"
 
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQuickWindow>
 
 namespace {
@@ -104,12 +103,7 @@ int main(int argc, char *argv[])
     viewModel.setSelectedCategory(SoftwareListViewModel::allCategories);
 
     QQmlApplicationEngine engine;
-    installViews(engine);
-    engine.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
-    engine.loadData(window);
-    if (engine.rootObjects().isEmpty())
-        qFatal("The list cannot be shown");
-    auto *const quickWindow = qobject_cast<QQuickWindow *>(engine.rootObjects().first());
+    QQuickWindow *const quickWindow = showWindow(engine, window, viewModel);
     settle(quickWindow);
     filtering(viewModel, quickWindow);
     oneRow(viewModel, quickWindow);

@@ -1,15 +1,14 @@
 // The terminal pane in a real window of the software section.
 
+#include "BenchWindow.h"
 #include "Measure.h"
 #include "Support/Scratch.h"
 #include "Utilities/Log.h"
-#include "Views/QmlTypes.h"
 #include "Views/Software/ScreenViewModel.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQuickTextDocument>
 #include <QQuickWindow>
 #include <QThread>
@@ -58,12 +57,7 @@ struct Section {
                                    .arg(linesPerSecond)
                                    .arg(linesInAll);
         scratch.setCatalog({entry});
-        installViews(engine);
-        engine.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
-        engine.loadData(section);
-        if (engine.rootObjects().isEmpty())
-            qFatal("The section cannot be shown");
-        window = qobject_cast<QQuickWindow *>(engine.rootObjects().first());
+        window = showWindow(engine, section, viewModel);
         while (viewModel.isLoading())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         viewModel.setSelectedSoftware(viewModel.software(QStringLiteral("a")));

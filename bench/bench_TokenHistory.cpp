@@ -1,8 +1,8 @@
 // The token account's history with 10,000 rows, scrolled in the application's own view in a window.
 
+#include "BenchWindow.h"
 #include "Measure.h"
 #include "Support/Scratch.h"
-#include "Views/QmlTypes.h"
 #include "Views/Token/ScreenTokenViewModel.h"
 
 #include "Platform/Clock.h"
@@ -10,7 +10,6 @@
 #include "Services/TokenAPIService.h"
 
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 
@@ -111,12 +110,7 @@ int main(int argc, char *argv[])
     viewModel.transactions()->setTransactions(transactions());
 
     QQmlApplicationEngine engine;
-    installViews(engine);
-    engine.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue<QObject *>(&viewModel)}});
-    engine.loadData(window);
-    if (engine.rootObjects().isEmpty())
-        qFatal("The history cannot be shown");
-    auto *const quickWindow = qobject_cast<QQuickWindow *>(engine.rootObjects().first());
+    QQuickWindow *const quickWindow = showWindow(engine, window, viewModel);
     while (!quickWindow->isExposed())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     scroll(quickWindow, 20); // does not count
