@@ -29,15 +29,29 @@ Item {
             visible: action.isIdle && action.viewModel.obstacle === ""
             onClicked: action.viewModel.startDownload()
         }
-        Label {
-            anchors.fill: parent
-            color: Theme.secondaryText
-            horizontalAlignment: Text.AlignHCenter
-            text: action.viewModel.obstacle
-            visible: action.isIdle && text !== ""
-            wrapMode: Text.Wrap
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
+        Column {
+            anchors.centerIn: parent
+            width: parent.width
+            spacing: Theme.spacingS
+            visible: action.isIdle && action.viewModel.obstacle !== ""
+
+            Label {
+                width: parent.width
+                color: Theme.secondaryText
+                elide: Text.ElideMiddle
+                horizontalAlignment: Text.AlignHCenter
+                maximumLineCount: 2
+                text: action.viewModel.obstacle
+                wrapMode: Text.WrapAnywhere
+                Accessible.name: text
+                Accessible.role: Accessible.StaticText
+            }
+            PushButton {
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: "退出 Vaelix"
+                visible: action.viewModel.availableUpdate.isMandatory
+                onClicked: Qt.quit()
+            }
         }
         Column {
             anchors.verticalCenter: parent.verticalCenter
@@ -61,6 +75,7 @@ Item {
                 }
                 BorderlessButton {
                     anchors.right: parent.right
+                    anchors.rightMargin: -Theme.spacingS // its text ends with the bar
                     text: "取消下载"
                     onClicked: action.viewModel.cancelDownload()
                 }

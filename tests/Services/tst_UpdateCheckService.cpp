@@ -2,8 +2,10 @@
 
 #include "DevServer.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 #include "Utilities/Log.h"
 
+#include <QDir>
 #include <QSignalSpy>
 #include <QTcpServer>
 
@@ -21,6 +23,8 @@ struct Fixture {
                                scratch.bundle,
                                {.folders = scratch.folders, .now = [] { return signingTime; }}};
     QByteArray log;
+    const QByteArray image = QByteArray("0123456789").repeated(100'000);
+    const QString downloaded = QStringLiteral(".local/share/Vaelix/Updates/update.zip");
 
     Fixture()
     {
@@ -32,6 +36,15 @@ struct Fixture {
     {
         scratch.write(QStringLiteral("Contents/Info.plist"),
                       "<plist version=\"1.0\"><dict><key>CFBundleVersion</key>" + value + "</dict></plist>");
+    }
+
+    /// The server has a megabyte to download.
+    void offerImage(const devserver::Delivery &delivery)
+    {
+        scratch.write(QStringLiteral("image"), image);
+        devserver::UpdateOffer offer{.delivery = delivery};
+        QVERIFY(offer.setFile(scratch.path(QStringLiteral("image"))));
+        server.state().update = offer;
     }
 
     std::optional<AppVersionInfo> check(UpdateCheckService &asked)
@@ -80,6 +93,11 @@ private Q_SLOTS:
     void answer();
     void serverThatCannotBeAsked();
     void checksThatOverlap();
+    void downloadedImage_data();
+    void downloadedImage();
+    void downloadThatCannotBeWritten();
+    void cancelledDownload();
+    void droppedDownload();
 };
 
 void tst_UpdateCheckService::newerBuildIsOffered()
@@ -130,21 +148,20 @@ void tst_UpdateCheckService::clockThatIsWrongGetsNoUpdate()
 
 void tst_UpdateCheckService::ownBuildNumber_data()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("query"); // empty when nothing is sent
+    const auto row = columns<QByteArray, QString>("value", "query"); // the query is empty when nothing is sent
     const auto text = [](const QByteArray &value) { return "<string>" + value + "</string>"; };
-    QTest::newRow("number") << text("7") << "build_number=7";
-    QTest::newRow("plus sign") << text("+7") << "build_number=7";
-    QTest::newRow("largest") << text("9223372036854775807") << "build_number=9223372036854775807";
-    QTest::newRow("too large") << text("9223372036854775808") << "";
-    QTest::newRow("zero") << text("0") << "";
-    QTest::newRow("negative") << text("-7") << "";
-    QTest::newRow("two signs") << text("++7") << "";
-    QTest::newRow("word") << text("abc") << "";
-    QTest::newRow("version") << text("1.2") << "";
-    QTest::newRow("white space") << text(" 7") << "";
-    QTest::newRow("empty") << text("") << "";
-    QTest::newRow("not a text") << QByteArray("<integer>7</integer>") << "";
+    row("number", text("7"), QStringLiteral("build_number=7"));
+    row("plus sign", text("+7"), QStringLiteral("build_number=7"));
+    row("largest", text("9223372036854775807"), QStringLiteral("build_number=9223372036854775807"));
+    row("too large", text("9223372036854775808"), QStringLiteral(""));
+    row("zero", text("0"), QStringLiteral(""));
+    row("negative", text("-7"), QStringLiteral(""));
+    row("two signs", text("++7"), QStringLiteral(""));
+    row("word", text("abc"), QStringLiteral(""));
+    row("version", text("1.2"), QStringLiteral(""));
+    row("white space", text(" 7"), QStringLiteral(""));
+    row("empty", text(""), QStringLiteral(""));
+    row("not a text", QByteArray("<integer>7</integer>"), QStringLiteral(""));
 }
 
 void tst_UpdateCheckService::ownBuildNumber()
@@ -165,38 +182,37 @@ void tst_UpdateCheckService::ownBuildNumber()
 
 void tst_UpdateCheckService::answer_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("outcome");
-    QTest::addColumn<QByteArray>("reason"); // empty when nothing is logged
+    const auto row =
+        columns<QByteArray, QString, QByteArray>("body", "outcome", "reason"); // none when nothing is logged
     const auto data = [](const QByteArray &fields) { return R"({"code":0,"data":{)" + fields + "}}"; };
     const QByteArray quiet;
-    QTest::newRow("only what is needed") << data(R"("has_update":true,"latest_version":"1.2.0","build_number":120)")
-                                         << "1.2.0|120|||0||optional" << quiet;
-    QTest::newRow("nulls are missing") << data(R"("has_update":true,"latest_version":"1.2.0","build_number":120,
+    row("only what is needed", data(R"("has_update":true,"latest_version":"1.2.0","build_number":120)"),
+        QStringLiteral("1.2.0|120|||0||optional"), quiet);
+    row("nulls are missing", data(R"("has_update":true,"latest_version":"1.2.0","build_number":120,
         "message":null,"release_notes":null,"download_url":null,"file_size":null,"file_hash":null,
-        "is_mandatory":null)") << "1.2.0|120|||0||optional"
-                                       << quiet;
-    QTest::newRow("no update") << data(R"("has_update":false,"latest_version":"1.2.0","build_number":120)") << "none"
-                               << quiet;
-    QTest::newRow("no build number") << data(R"("has_update":true,"latest_version":"1.2.0")") << "none" << quiet;
-    QTest::newRow("no version") << data(R"("has_update":true,"build_number":120)") << "none" << quiet;
-    QTest::newRow("code of a failure, with an update")
-        << QByteArray(R"({"code":1,"data":{"has_update":true,"latest_version":"1.2.0","build_number":120}})") << "none"
-        << quiet;
-    QTest::newRow("code of a failure") << QByteArray(R"({"code":1,"message":"x"})") << "none" << quiet;
-    QTest::newRow("null data") << QByteArray(R"({"code":0,"data":null})") << "none" << quiet;
-    QTest::newRow("no code") << QByteArray(R"({"data":{"has_update":false}})") << "none"
-                             << QByteArray("字段 “code” 缺失");
-    QTest::newRow("code is text") << QByteArray(R"({"code":"0"})") << "none" << QByteArray("字段 “code” 应为整数");
-    QTest::newRow("message is a number") << QByteArray(R"({"code":0,"message":1})") << "none"
-                                         << QByteArray("字段 “message” 应为文本");
-    QTest::newRow("has_update missing") << data("") << "none" << QByteArray("字段 “data” 字段 “has_update” 缺失");
-    QTest::newRow("has_update is a number")
-        << data(R"("has_update":1)") << "none" << QByteArray("字段 “data” 字段 “has_update” 应为布尔值");
-    QTest::newRow("build number is fractional") << data(R"("has_update":true,"latest_version":"1","build_number":1.5)")
-                                                << "none" << QByteArray("字段 “data” 字段 “build_number” 应为整数");
-    QTest::newRow("not JSON") << QByteArray("<html>") << "none" << QByteArray("不是有效的 JSON");
-    QTest::newRow("empty") << QByteArray("") << "none" << QByteArray("不是有效的 JSON");
+        "is_mandatory":null)"),
+        QStringLiteral("1.2.0|120|||0||optional"), quiet);
+    row("no update", data(R"("has_update":false,"latest_version":"1.2.0","build_number":120)"), QStringLiteral("none"),
+        quiet);
+    row("no build number", data(R"("has_update":true,"latest_version":"1.2.0")"), QStringLiteral("none"), quiet);
+    row("no version", data(R"("has_update":true,"build_number":120)"), QStringLiteral("none"), quiet);
+    row("code of a failure, with an update",
+        QByteArray(R"({"code":1,"data":{"has_update":true,"latest_version":"1.2.0","build_number":120}})"),
+        QStringLiteral("none"), quiet);
+    row("code of a failure", QByteArray(R"({"code":1,"message":"x"})"), QStringLiteral("none"), quiet);
+    row("null data", QByteArray(R"({"code":0,"data":null})"), QStringLiteral("none"), quiet);
+    row("no code", QByteArray(R"({"data":{"has_update":false}})"), QStringLiteral("none"),
+        QByteArray("字段 “code” 缺失"));
+    row("code is text", QByteArray(R"({"code":"0"})"), QStringLiteral("none"), QByteArray("字段 “code” 应为整数"));
+    row("message is a number", QByteArray(R"({"code":0,"message":1})"), QStringLiteral("none"),
+        QByteArray("字段 “message” 应为文本"));
+    row("has_update missing", data(""), QStringLiteral("none"), QByteArray("字段 “data” 字段 “has_update” 缺失"));
+    row("has_update is a number", data(R"("has_update":1)"), QStringLiteral("none"),
+        QByteArray("字段 “data” 字段 “has_update” 应为布尔值"));
+    row("build number is fractional", data(R"("has_update":true,"latest_version":"1","build_number":1.5)"),
+        QStringLiteral("none"), QByteArray("字段 “data” 字段 “build_number” 应为整数"));
+    row("not JSON", QByteArray("<html>"), QStringLiteral("none"), QByteArray("不是有效的 JSON"));
+    row("empty", QByteArray(""), QStringLiteral("none"), QByteArray("不是有效的 JSON"));
 }
 
 void tst_UpdateCheckService::answer()
@@ -248,6 +264,105 @@ void tst_UpdateCheckService::checksThatOverlap()
     QTRY_VERIFY(first.isReady() && second.isReady());
     QVERIFY(!fixture.service.isChecking());
     QCOMPARE(checking.size(), 2);
+}
+
+void tst_UpdateCheckService::downloadedImage_data()
+{
+    const auto row = columns<QString, bool>("address", "announcesLength");
+    row("path", QStringLiteral("/downloads/Vaelix.dmg"), true);
+    row("path without a slash", QStringLiteral("downloads/Vaelix.dmg"), true);
+    row("whole address", QStringLiteral("%1/downloads/Vaelix.dmg"), true);
+    row("without length", QStringLiteral("/downloads/Vaelix.dmg"), false);
+}
+
+void tst_UpdateCheckService::downloadedImage()
+{
+    QFETCH(QString, address);
+    QFETCH(bool, announcesLength);
+    Fixture fixture;
+    fixture.offerImage({.announcesLength = announcesLength, .pieceSize = 100'000});
+    fixture.scratch.write(fixture.downloaded, "the one before, which is replaced");
+    const QSignalSpy states(&fixture.service, &UpdateCheckService::isDownloadingChanged);
+    QList<double> shares;
+    std::optional<DownloadOutcome> outcome;
+    const auto task = fixture.service.downloadUpdate(
+        {.downloadURL = address.contains(u'%') ? address.arg(fixture.origin) : address},
+        [&](double share) { shares.append(share); }, [&](const DownloadOutcome &file) { outcome = file; });
+    QVERIFY(task && fixture.service.isDownloading());
+    QTRY_VERIFY(outcome);
+    QVERIFY2(*outcome, qPrintable(*outcome ? QString() : outcome->error().description));
+    QCOMPARE(**outcome, fixture.scratch.path(fixture.downloaded));
+    QVERIFY(fixture.scratch.read(fixture.downloaded) == fixture.image);
+    QCOMPARE(states.size(), 2);
+    QVERIFY(std::ranges::is_sorted(shares));
+    QCOMPARE(shares.isEmpty() ? 0 : shares.last(), announcesLength ? 1.0 : 0.0);
+    QCOMPARE(fixture.service.downloadProgress(), announcesLength ? 1.0 : 0.0);
+    QCOMPARE(fixture.server.requests().last().header("X-Signature"), "");
+}
+
+void tst_UpdateCheckService::downloadThatCannotBeWritten()
+{
+    Fixture fixture;
+    fixture.offerImage({});
+    std::optional<DownloadOutcome> outcome;
+    const auto download = [&] {
+        outcome.reset();
+        fixture.service.downloadUpdate(
+            {.downloadURL = QStringLiteral("/downloads/Vaelix.dmg")}, [](double) {},
+            [&](const DownloadOutcome &file) { outcome = file; });
+    };
+    QVERIFY(QDir().mkpath(fixture.scratch.path(fixture.downloaded) + QStringLiteral("/a folder in its place")));
+    download();
+    QTRY_VERIFY(outcome);
+    QVERIFY2(!*outcome && outcome->error().description.contains(QStringLiteral("该位置是一个文件夹")),
+             qPrintable(outcome->error().description));
+    QVERIFY(QDir(fixture.scratch.folders.applicationSupport).removeRecursively());
+    fixture.scratch.write(QStringLiteral(".local/share/Vaelix"), "a file where a folder should be");
+    download();
+    QTRY_VERIFY(outcome);
+    QVERIFY2(!*outcome && outcome->error().description.contains(QStringLiteral("路径中有一级不是文件夹")),
+             qPrintable(outcome->error().description));
+    QVERIFY(!fixture.service.isDownloading());
+}
+
+void tst_UpdateCheckService::cancelledDownload()
+{
+    Fixture fixture;
+    fixture.offerImage({.pieceSize = 10'000, .pause = std::chrono::milliseconds(10)});
+    fixture.scratch.write(fixture.downloaded, "the one before");
+    std::optional<DownloadOutcome> outcome;
+    double share = 0;
+    const auto task = fixture.service.downloadUpdate(
+        {.downloadURL = QStringLiteral("/downloads/Vaelix.dmg")}, [&](double now) { share = now; },
+        [&](const DownloadOutcome &file) { outcome = file; });
+    QTRY_VERIFY(share > 0);
+    task->cancel();
+    task->cancel();
+    QTRY_VERIFY(outcome);
+    QVERIFY(!*outcome);
+    QCOMPARE(outcome->error().description, QStringLiteral("已取消"));
+    QVERIFY(!fixture.service.isDownloading());
+    QCOMPARE(fixture.scratch.read(fixture.downloaded), "the one before");
+    const QDir folder(QFileInfo(fixture.scratch.path(fixture.downloaded)).path());
+    QTRY_COMPARE(folder.entryList(QDir::Files), QStringList(QStringLiteral("update.zip")));
+}
+
+void tst_UpdateCheckService::droppedDownload()
+{
+    Fixture fixture;
+    fixture.offerImage({.pieceSize = 10'000, .pause = std::chrono::milliseconds(10)});
+    bool isTold = false;
+    {
+        const DownloadTask task(QUrl(fixture.origin + QStringLiteral("/downloads/Vaelix.dmg")),
+                                fixture.scratch.path(fixture.downloaded));
+        connect(&task, &DownloadTask::completed, this, [&] { isTold = true; });
+        QSignalSpy progress(&task, &DownloadTask::progressed);
+        QVERIFY(progress.wait());
+    }
+    QCoreApplication::processEvents();
+    QVERIFY(!isTold);
+    const QDir folder(QFileInfo(fixture.scratch.path(fixture.downloaded)).path());
+    QCOMPARE(folder.entryList(QDir::Files), QStringList());
 }
 
 QTEST_GUILESS_MAIN(tst_UpdateCheckService)

@@ -1,5 +1,6 @@
 #include "Screens.h"
 
+#include "Support/Bundles.h"
 #include "Views/QmlTypes.h"
 
 #include <QInputMethodEvent>
@@ -39,16 +40,18 @@ QCoro::Task<> BriefClock::sleep(std::chrono::milliseconds duration, std::stop_to
     m_now += duration;
 }
 
-Screens::Screens(Start start, const QString &serverOrigin)
+Screens::Screens(Start start, const QString &serverOrigin, const QString &bundle)
     : scratch(serverOrigin)
     , auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
            [this](const QString &name) { endedProcesses.append(name); })
     , tokenProxyViewModel(serverOrigin, scratch.keychain)
-    , updateCheck(serverOrigin + u"/api/v1"_s, scratch.bundle,
-                  {.folders = scratch.folders, .diskImageTool = u"/usr/bin/hdiutil"_s, .quit = [] {}})
+    , runningBundle(Bundle::at(scratch.path(bundle)))
+    , updateCheck(serverOrigin + u"/api/v1"_s, runningBundle,
+                  {.folders = scratch.folders, .diskImageTool = scratch.path(u"hdiutil"_s), .quit = [] {}})
 {
     if (!previousHandler)
         previousHandler = qInstallMessageHandler(recordMessage);
+    makeBundle(runningBundle.path(), 42);
     QAccessible::setActive(true);
     installViews(engine);
     if (start == Start::SignedIn)

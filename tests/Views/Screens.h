@@ -35,8 +35,10 @@ class Screens
 public:
     enum class Start { SignedIn, SignedOut };
 
-    /// `serverOrigin` is the login and account server's; nothing listens on the default one.
-    explicit Screens(Start start = Start::SignedIn, const QString &serverOrigin = QStringLiteral("http://127.0.0.1:9"));
+    /// `serverOrigin` is that of all the servers; nothing listens on the default one. `bundle` is where, in the
+    /// scratch home, the running one lies, of build 42.
+    explicit Screens(Start start = Start::SignedIn, const QString &serverOrigin = QStringLiteral("http://127.0.0.1:9"),
+                     const QString &bundle = QStringLiteral("apps/Vaelix.app"));
 
     /// Completes a login, as its callback does.
     void signIn(const QString &displayName, const QString &token = QStringLiteral("t"));
@@ -78,7 +80,8 @@ public:
     TokenProxyViewModel tokenProxyViewModel;
     ScreenDashboardViewModel dashboardViewModel{DashboardViewModel::Services{scratch.store, tokenAPI}};
     ScreenChangePasswordViewModel changePasswordViewModel{tokenAPI};
-    /// The updates that `serverOrigin` offers to build 42, which lies in the scratch home.
+    const Bundle runningBundle;
+    /// Mounts disk images with what stands at "hdiutil" in the scratch home. Quits nothing.
     UpdateCheckService updateCheck;
     ScreenUpdateViewModel updateViewModel{updateCheck};
     QQmlApplicationEngine engine;

@@ -252,8 +252,49 @@ void takeMainFrame(Screens &screens, Album &album)
     album.take(u"account-menu-keys"_s);
     escape(screens);
     screens.click(screens.button(u"检查更新"_s));
+    QTest::qWait(400);
     album.take(u"alert-up-to-date"_s);
     escape(screens);
+}
+
+/// The prompt over the login and what is told of a failure.
+void takeUpdates(const QString &folder)
+{
+    devserver::DevServer server(devserver::ServerState{});
+    const QString origin = server.start(0).value();
+    QString notes = u"• 仪表盘显示近 7 天的 Token 用量，并按软件分列\n"_s;
+    for (int i = 1; i < 20; ++i)
+        notes += u"• 修复第 %1 个问题：说明文字很长的时候应当换行，而不是被截断，也不应当把窗口撑开\n"_s.arg(i);
+    const auto offer = [&](devserver::UpdateOffer update, const QString &bundle, auto take) {
+        Screens screens(Screens::Start::SignedOut, origin, bundle);
+        screens.scratch.write(u"image"_s, QByteArray(4'000'000, 'x'));
+        update.setFile(screens.scratch.path(u"image"_s)).value();
+        update.delivery = {.pieceSize = 20'000, .pause = std::chrono::milliseconds(100)};
+        server.state().update = update;
+        screens.scratch.writeProgram(u"hdiutil"_s, "#!/bin/sh\nexec sleep 30\n");
+        Album album(screens, folder);
+        screens.updateViewModel.checkAtStart();
+        waitUntil([&] { return screens.updateViewModel.hasUpdate(); });
+        take(screens, album);
+    };
+    const QString own = u"apps/Vaelix.app"_s;
+    offer({.version = u"1.2.0"_s, .build = 120}, own, [&](Screens &screens, Album &album) {
+        album.take(u"update-prompt"_s);
+        screens.click(screens.button(u"下载更新"_s));
+        waitUntil([&] { return screens.updateViewModel.downloadProgress() > 0.2; });
+        album.take(u"update-downloading"_s);
+        screens.click(screens.button(u"取消下载"_s));
+        album.take(u"update-cancelled"_s);
+        escape(screens);
+        server.state().update->delivery = {};
+        screens.click(screens.button(u"下载更新"_s));
+        waitUntil([&] { return screens.updateViewModel.installStep().startsWith(u"正在挂载"_s); });
+        album.take(u"update-installing"_s);
+    });
+    offer({.version = u"2.0.0"_s, .build = 200, .notes = notes, .isMandatory = true}, own,
+          [](Screens &, Album &album) { album.take(u"update-mandatory"_s); });
+    offer({.version = u"1.2.0"_s, .build = 120}, u"a$b/Vaelix.app"_s,
+          [](Screens &, Album &album) { album.take(u"update-obstacle"_s); });
 }
 
 /// The login's states, over a local server of its own.
@@ -425,6 +466,7 @@ int main(int argc, char *argv[])
     QDir().mkpath(folder);
     takeLogin(folder);
     takeUnreachableServer(folder);
+    takeUpdates(folder);
     takeTokens(folder);
     Screens screens;
     Album album(screens, folder);

@@ -88,7 +88,6 @@ private Q_SLOTS:
     void theGateOpensAndClosesWithTheLogin();
     void theAccountMenuShowsWhoIsSignedIn();
     void theMenuIsWorkedByKeys();
-    void anUpdateCheckEndsInANotice();
     void addressesAreToldApart_data();
     void addressesAreToldApart();
     void theStyleSheetArrivesIntact_data();
@@ -256,28 +255,6 @@ void tst_LoginScreens::theMenuIsWorkedByKeys()
     m_screens->press(Qt::Key_Return);
     QVERIFY(!m_screens->auth.isLoggedIn());
     QTRY_VERIFY(m_screens->button(u"登录 / 注册"_s));
-}
-
-void tst_LoginScreens::anUpdateCheckEndsInANotice()
-{
-    start(Screens::Start::SignedIn);
-    // The dashboard has loaded, and its own wheel stands still.
-    QTRY_VERIFY(m_screens->shows(u"近 7 天 Token 用量"_s));
-    QTRY_VERIFY(!m_screens->element(QAccessible::ProgressBar, u"请稍候"_s));
-    QQuickItem *const button = m_screens->button(u"检查更新"_s);
-    QStringList seen;
-    const auto look = [&] {
-        const bool spins = m_screens->element(QAccessible::ProgressBar, u"请稍候"_s);
-        seen.append((button->isEnabled() ? u"enabled"_s : u"disabled"_s) + (spins ? u" spinning"_s : u""_s));
-    };
-    connect(button, &QQuickItem::enabledChanged, this, look, Qt::QueuedConnection);
-    m_screens->click(button);
-    QTRY_VERIFY(m_screens->alert(u"已是最新版本"_s));
-    QTRY_COMPARE(seen, (QStringList{u"disabled spinning"_s, u"enabled"_s}));
-    QVERIFY(m_screens->shows(u"当前没有可用的更新。"_s));
-    QTRY_VERIFY(m_screens->button(u"好"_s)->hasActiveFocus());
-    m_screens->press(Qt::Key_Return);
-    QTRY_VERIFY(!m_screens->button(u"好"_s));
 }
 
 void tst_LoginScreens::addressesAreToldApart_data()
