@@ -10,7 +10,7 @@
 struct AppVersionInfo {
     Q_GADGET
     Q_PROPERTY(QString version MEMBER version CONSTANT)
-    Q_PROPERTY(qint64 buildNumber MEMBER buildNumber CONSTANT)
+    Q_PROPERTY(QString buildNumberText READ buildNumberText CONSTANT)
     Q_PROPERTY(QString releaseNotes MEMBER releaseNotes CONSTANT)
     Q_PROPERTY(QString fileSizeText READ fileSizeText CONSTANT)
     Q_PROPERTY(bool isMandatory MEMBER isMandatory CONSTANT)
@@ -25,6 +25,7 @@ public:
     QString fileHash; ///< SHA-256 of the image in hexadecimal of either case; empty when the server does not say
     bool isMandatory = false; ///< cannot be postponed
 
+    QString buildNumberText() const { return QString::number(buildNumber); }
     QString fileSizeText() const { return byteCountText(fileSize); }
 };
 

@@ -10,6 +10,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::uintmax_t roundingPerFile = 4096;
+
 using Copied = std::expected<void, FileError>;
 
 fs::path toPath(const QString &path)
@@ -20,10 +22,14 @@ fs::path toPath(const QString &path)
 Copied copyNow(const QString &from, const QString &to)
 {
     std::error_code error;
+    std::error_code unknown;
     const fs::path target = toPath(to);
     fs::create_directories(target.parent_path(), error);
     if (!error)
         fs::copy(toPath(from), target, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+    // The library calls a full disk that.
+    if (error == std::errc::io_error && fs::space(target.parent_path(), unknown).available < roundingPerFile)
+        error = std::make_error_code(std::errc::no_space_on_device);
     if (error)
         return std::unexpected(FileError::notWritten(to, error.value()));
     return {};
@@ -47,8 +53,8 @@ bool hasRoomFor(const QString &folder, const QString &newParent)
     std::error_code error;
     const auto available = fs::space(toPath(newParent), error).available;
     const auto extent = extentOf(folder);
-    constexpr qint64 roundingPerFile = 4096;
-    return !error && extent && available >= std::uintmax_t(extent->bytes + extent->files * roundingPerFile);
+    return !error && extent
+        && available >= std::uintmax_t(extent->bytes) + std::uintmax_t(extent->files) * roundingPerFile;
 }
 
 std::optional<FolderExtent> extentOf(const QString &folder)

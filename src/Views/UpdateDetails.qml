@@ -29,7 +29,7 @@ Item {
             text: details.version.version
         }
         Caption {
-            text: "构建号: " + details.version.buildNumber
+            text: "构建号: " + details.version.buildNumberText
         }
     }
     Caption {

@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -70,7 +71,9 @@ int installAndQuit(const QStringList &arguments)
     UpdateCheckService service(
         u"http://127.0.0.1:9/api/v1"_s, bundle,
         {.folders = Folders::under(arguments[1]), .diskImageTool = helper, .quit = [] { QCoreApplication::exit(0); }});
-    service.installUpdate(arguments[2], {}, [] { QCoreApplication::exit(1); }, {});
+    // It may fail before there is an event loop to end.
+    const auto fail = [] { QTimer::singleShot(0, [] { QCoreApplication::exit(1); }); };
+    service.installUpdate(arguments[2], {}, fail, {});
     return QCoreApplication::exec();
 }
 
