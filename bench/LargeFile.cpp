@@ -2,11 +2,12 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <cerrno>
+#include <algorithm>
 #include <fcntl.h>
 #include <random>
-#include <sys/uio.h>
+#include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -22,12 +23,16 @@ QByteArray noise(int seed)
     return bytes;
 }
 
-/// Whether the page of that position is in the page cache.
-bool isCached(int file, off_t position)
+/// How many of the file's pages the page cache holds. Asks without reading, which would bring some in.
+qsizetype cachedPages(int file, std::size_t size)
 {
-    char byte = 0;
-    const iovec target{&byte, 1};
-    return ::preadv2(file, &target, 1, position, RWF_NOWAIT) == 1;
+    void *const start = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file, 0);
+    const std::size_t pageSize = std::size_t(::sysconf(_SC_PAGESIZE));
+    std::vector<unsigned char> pages((size + pageSize - 1) / pageSize);
+    if (start == MAP_FAILED || ::mincore(start, size, pages.data()) != 0)
+        qFatal("The page cache does not tell what it holds");
+    ::munmap(start, size);
+    return std::ranges::count_if(pages, [](unsigned char page) { return page & 1; });
 }
 
 } // namespace
@@ -45,11 +50,16 @@ LargeFile::LargeFile(int mebibytes)
 void LargeFile::evict() const
 {
     QFile file(path());
-    if (!file.open(QIODevice::ReadOnly) || ::posix_fadvise(file.handle(), 0, 0, POSIX_FADV_DONTNEED) != 0)
-        qFatal("%s cannot be taken out of the page cache", qPrintable(path()));
-    for (off_t position = 0; position < file.size(); position += mebibyte)
-        if (isCached(file.handle(), position))
-            qFatal("%s stays in the page cache; TMPDIR names another folder", qPrintable(path()));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s cannot be opened", qPrintable(path()));
+    // What a reader that has ended was still reading ahead stays at the first attempt.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (const int error = ::posix_fadvise(file.handle(), 0, 0, POSIX_FADV_DONTNEED))
+            qFatal("%s cannot be taken out of the page cache: error %d", qPrintable(path()), error);
+        if (cachedPages(file.handle(), std::size_t(file.size())) == 0)
+            return;
+    }
+    qFatal("%s stays in the page cache; TMPDIR names another folder", qPrintable(path()));
 }
 
 FileServer::FileServer(const LargeFile &file)

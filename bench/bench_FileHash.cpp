@@ -1,5 +1,5 @@
 // The hash of a downloaded image against that of the openssl command, and against what
-// no hash of a file can be faster than: the hashing alone, and the reading alone.
+// no hash of a file can be faster than: the hashing alone.
 
 #include "BareChild.h"
 #include "LargeFile.h"
@@ -40,19 +40,6 @@ void compareHashes(const LargeFile &file)
     QFile result(file.pathBeside(QStringLiteral("hash")));
     if (!result.open(QIODevice::ReadOnly) || !result.readLine().startsWith(ourHash(file) + ' '))
         qFatal("The hashes differ");
-}
-
-/// Reads it to the end and does nothing else.
-void readAlone(const LargeFile &file)
-{
-    QFile image(file.path());
-    bool isGood = image.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    QByteArray chunk(mebibyte, Qt::Uninitialized);
-    qint64 count = 1;
-    while (isGood && count > 0)
-        count = image.read(chunk.data(), chunk.size());
-    if (!isGood || count < 0)
-        qFatal("%s cannot be read", qPrintable(file.path()));
 }
 
 /// Hashes as many bytes, which are in the processor's cache already.
@@ -101,5 +88,4 @@ int main(int argc, char *argv[])
     hashing(file, "in the page cache", [] { }, openSSL);
     hashing(file, "in the page cache", [] { }, {"hashing alone, in memory", hashAlone, 1.05});
     hashing(file, "on the disk", [&] { file.evict(); }, openSSL);
-    hashing(file, "on the disk", [&] { file.evict(); }, {"reading alone", [&] { readAlone(file); }, 1.1});
 }
