@@ -19,10 +19,14 @@ public:
     void cancel();
 
 Q_SIGNALS:
+    // Both are emitted on the download's thread, and so reach a receiver by its event loop.
+
     /// The downloaded share, from 0 to 1.
     void progressed(double fraction);
     /// Once, when nothing goes on any more.
     void completed(const DownloadOutcome &outcome);
+
+    void cancelled(QPrivateSignal);
 
 private:
     QThread m_thread;
