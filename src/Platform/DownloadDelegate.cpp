@@ -7,11 +7,15 @@
 #include <QNetworkReply>
 #include <cerrno>
 #include <filesystem>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
 constexpr int transferTimeout = 60'000; // milliseconds
+constexpr int lowPriority = 10;
 constexpr qint64 pieceSize = 256 * 1024;
+constexpr double leastProgress = 0.001; // less cannot be seen
 constexpr qint64 mostWaitingBytes = 8 * pieceSize; // for a disk slower than the network
 
 } // namespace
@@ -27,6 +31,8 @@ DownloadDelegate::DownloadDelegate(QString destination, ProgressHandler progress
 
 void DownloadDelegate::start(const QUrl &url)
 {
+    // The window comes first; the threads that are made from here are no more important.
+    ::setpriority(PRIO_PROCESS, id_t(::gettid()), lowPriority);
     std::error_code error;
     std::filesystem::create_directories(QFileInfo(m_destination).absolutePath().toStdString(), error);
     if (error)
@@ -57,9 +63,19 @@ void DownloadDelegate::receive()
             return fail(FileError::notWritten(m_destination, errno).description);
         m_received += piece.size();
     }
+    reportProgress();
+}
+
+void DownloadDelegate::reportProgress()
+{
     const qint64 expected = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-    if (expected >= 1)
-        m_progressHandler(std::min(1.0, double(m_received) / double(expected)));
+    if (expected < 1)
+        return;
+    const double share = std::min(1.0, double(m_received) / double(expected));
+    if (share < m_reported + leastProgress && (share < 1 || m_reported == 1))
+        return;
+    m_reported = share;
+    m_progressHandler(share);
 }
 
 void DownloadDelegate::finish()

@@ -30,7 +30,8 @@ public:
     using ProgressHandler = std::function<void(double)>;
     using CompletionHandler = std::function<void(const DownloadOutcome &)>;
 
-    /// `progressHandler` gets the downloaded share from 0 to 1, and nothing when the server sends no length.
+    /// `progressHandler` gets the downloaded share from 0 to 1 in steps that can be seen, and nothing when the
+    /// server sends no length.
     /// `completionHandler` is called once. The download is written beside `destination`, whose folder is made,
     /// and takes its place when it is whole.
     DownloadDelegate(QString destination, ProgressHandler progressHandler, CompletionHandler completionHandler);
@@ -42,6 +43,7 @@ public:
 
 private:
     void receive();
+    void reportProgress();
     void finish();
     void fail(const QString &reason);
     std::optional<QString> failure() const;
@@ -56,4 +58,5 @@ private:
     QNetworkReply *m_reply = nullptr;
     QString m_failure; ///< why we ended the transfer ourselves; empty when we did not
     qint64 m_received = 0;
+    double m_reported = 0; ///< the share told last
 };
