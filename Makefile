@@ -34,7 +34,7 @@ test: configure ## 构建并运行全部测试
 	@tools/with-session ctest --preset release -j $$(nproc)
 
 prove: build ## 真实安装、运行并卸载 OpenClaw，逐条验证其命令行（需联网，数分钟）
-	@tests/catalog/prove_openclaw.sh
+	@tools/prove-openclaw
 
 # The sources' own date, so that the same sources make the same package.
 package prove-package: export SOURCE_DATE_EPOCH ?= $(shell git log -1 --format=%ct 2>/dev/null || date +%s)

@@ -33,6 +33,7 @@ fi
 
 readonly folder=$VAELIX_PROOF_FOLDER package=$1 image=$2
 readonly root=$folder/system
+readonly home=/srv/proof # of the user who tries the package, in the bare system
 readonly qml=$root/usr/lib/x86_64-linux-gnu/qt6/qml
 
 inside()
@@ -43,7 +44,7 @@ inside()
 as_user()
 {
     inside setpriv --reuid=proof --regid=proof --init-groups \
-        env HOME=/home/proof XDG_RUNTIME_DIR=/home/proof/runtime "$@"
+        env HOME="$home" XDG_RUNTIME_DIR="$home/runtime" "$@"
 }
 apt_quietly()
 {
@@ -67,8 +68,8 @@ make_bare_system()
     chmod +x "$root/usr/sbin/policy-rc.d"
     mount -t proc proc "$root/proc"
     mount -t tmpfs tmpfs "$root/dev/shm"
-    inside useradd --create-home proof
-    inside install --directory --owner=proof --mode=700 /home/proof/runtime
+    inside useradd --create-home --home-dir "$home" proof
+    inside install --directory --owner=proof --mode=700 "$home/runtime"
     apt_quietly update
 }
 
@@ -76,7 +77,7 @@ make_bare_system()
 list_files()
 {
     local skipped=()
-    for place in var/lib/dpkg var/lib/apt var/cache/apt var/log/apt home/proof; do
+    for place in var/lib/dpkg var/lib/apt var/cache/apt var/log/apt "${home#/}"; do
         skipped+=(-path "$root/$place" -prune -o)
     done
     find "$root" -xdev "${skipped[@]}" -printf '%P %y %m %U %G %l\n' | sort
@@ -117,8 +118,8 @@ check_window()
 check_update_image()
 {
     local volume helper=/usr/lib/vaelix/Vaelix.app/Contents/Helpers/hdiutil
-    cp "$image" "$root/home/proof/Vaelix.dmg"
-    volume=$(as_user "$helper" attach /home/proof/Vaelix.dmg -nobrowse -noverify -plist |
+    cp "$image" "$root$home/Vaelix.dmg"
+    volume=$(as_user "$helper" attach "$home/Vaelix.dmg" -nobrowse -noverify -plist |
         sed -nE 's,.*<string>(/.*)</string>,\1,p')
     [[ $(ls -A "$root$volume") == Vaelix.app ]] || fail 'the image holds something else than Vaelix.app'
     diff -r "$root$volume/Vaelix.app" "$root/usr/lib/vaelix/Vaelix.app" || fail 'the image differs from the package'

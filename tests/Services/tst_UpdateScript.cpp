@@ -2,6 +2,7 @@
 
 #include "Services/UpdateScript.h"
 #include "Support/Scratch.h"
+#include "Support/Table.h"
 
 #include <QDir>
 #include <QProcess>
@@ -13,41 +14,34 @@ namespace {
 /// Two bundles and an `open` that notes what it opens.
 struct Swap {
     explicit Swap(const QString &folder)
-        : newBundle(scratch.path(folder + u"/temporary/Vaelix.app"_s))
+        : folder(folder)
+        , newBundle(scratch.path(folder + u"/temporary/Vaelix.app"_s))
         , currentBundle(scratch.path(folder + u"/Vaelix.app"_s))
         , temporaryFolder(scratch.path(folder + u"/temporary"_s))
     {
         scratch.write(folder + u"/Vaelix.app/version"_s, "old");
         scratch.write(folder + u"/temporary/Vaelix.app/version"_s, "new");
-        scratch.write(u"bin/open"_s, "#!/bin/sh\nprintf %s \"$1\" > \"$OPENED\"\n");
-        QFile::setPermissions(scratch.path(u"bin/open"_s), QFile::ReadOwner | QFile::ExeOwner);
+        scratch.writeProgram(u"bin/open"_s, "#!/bin/sh\nprintf %s \"$1\" > \"$OPENED\"\n");
     }
 
     /// The exit status.
     int run(qint64 processId) const
     {
-        QFile script(temporaryFolder + u"/update.sh"_s);
-        if (!script.open(QIODevice::WriteOnly))
-            return -1;
-        script.write(updateScript(processId, newBundle, currentBundle, temporaryFolder));
-        script.close();
+        scratch.write(folder + u"/temporary/update.sh"_s,
+                      updateScript(processId, newBundle, currentBundle, temporaryFolder));
         QProcess bash;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"PATH"_s, scratch.path(u"bin"_s) + u':' + environment.value(u"PATH"_s));
         environment.insert(u"OPENED"_s, scratch.path(u"opened"_s));
         bash.setProcessEnvironment(environment);
-        bash.start(u"/bin/bash"_s, {script.fileName()});
+        bash.start(u"/bin/bash"_s, {temporaryFolder + u"/update.sh"_s});
         return bash.waitForFinished(60000) ? bash.exitCode() : -1;
     }
 
-    QByteArray installed() const { return read(currentBundle + u"/version"_s); }
-    static QByteArray read(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray installed() const { return scratch.read(folder + u"/Vaelix.app/version"_s); }
 
     Scratch scratch;
+    const QString folder; ///< in the scratch home
     const QString newBundle;
     const QString currentBundle;
     const QString temporaryFolder;
@@ -86,11 +80,11 @@ void tst_UpdateScript::text()
 
 void tst_UpdateScript::swaps_data()
 {
-    QTest::addColumn<QString>("folder");
-    QTest::newRow("plain") << u"apps"_s;
-    QTest::newRow("spaces and Chinese") << u"我的 应用"_s;
-    QTest::newRow("single quote, semicolon, star") << u"it's; a * ?"_s;
-    QTest::newRow("leading dash") << u"-rf"_s;
+    const auto row = columns<QString>("folder");
+    row("plain", u"apps"_s);
+    row("spaces and Chinese", u"我的 应用"_s);
+    row("single quote, semicolon, star", u"it's; a * ?"_s);
+    row("leading dash", u"-rf"_s);
 }
 
 void tst_UpdateScript::swaps()
@@ -132,14 +126,13 @@ void tst_UpdateScript::waitsForTheProcess()
 
 void tst_UpdateScript::fitPaths_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("isFit");
-    QTest::newRow("plain") << u"/opt/Vaelix.app"_s << true;
-    QTest::newRow("spaces, Chinese, single quote") << u"/home/张 伟/it's"_s << true;
-    QTest::newRow("double quote") << u"/a\"b"_s << false;
-    QTest::newRow("variable") << u"/a$HOME"_s << false;
-    QTest::newRow("command") << u"/a`b`"_s << false;
-    QTest::newRow("backslash") << u"/a\\b"_s << false;
+    const auto row = columns<QString, bool>("path", "isFit");
+    row("plain", u"/opt/Vaelix.app"_s, true);
+    row("spaces, Chinese, single quote", u"/opt/张 伟/it's"_s, true);
+    row("double quote", u"/a\"b"_s, false);
+    row("variable", u"/a$HOME"_s, false);
+    row("command", u"/a`b`"_s, false);
+    row("backslash", u"/a\\b"_s, false);
 }
 
 void tst_UpdateScript::fitPaths()

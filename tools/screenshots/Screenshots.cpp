@@ -1,4 +1,4 @@
-#include "Screens.h"
+#include "Views/Screens.h"
 
 #include "History.h"
 #include "Platform/Appearance.h"
