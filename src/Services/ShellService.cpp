@@ -6,6 +6,7 @@
 
 #include <QCoroSignal>
 #include <QFile>
+#include <algorithm>
 #include <array>
 #include <unistd.h>
 
@@ -15,18 +16,6 @@ const QByteArray defaultPath = "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/local/
 
 /// The kernel's bound on one argument, its closing NUL included.
 constexpr qsizetype longestCommandLine = 128 * 1024 - 1;
-
-/// Why zsh could not run the line as it stands; empty when it can.
-QString objection(const QByteArray &commandLine)
-{
-    if (commandLine.contains('\0'))
-        return QStringLiteral("无法执行命令：命令行中含有空字符");
-    if (commandLine.startsWith('-'))
-        return QStringLiteral("无法执行命令：命令行不能以“-”开头");
-    if (commandLine.size() > longestCommandLine)
-        return QStringLiteral("无法执行命令：命令行过长（超过 128 KB）");
-    return {};
-}
 
 QString describe(const QByteArray &shell, std::error_code error)
 {
@@ -47,6 +36,35 @@ QByteArrayList assignments(const ShellService::Environment &environment)
     for (auto variable = environment.begin(); variable != environment.end(); ++variable)
         list.append(variable.key() + '=' + variable.value());
     return list;
+}
+
+/// The name under which a variable's value waits until the login profile, which may set the variable, has been read.
+QByteArray waitingName(const QByteArray &variable)
+{
+    return "VAELIX_GIVEN_" + variable;
+}
+
+/// Shell text that sets the variables for what follows it.
+QByteArray settingOf(const ShellService::Environment &variables)
+{
+    QByteArray text;
+    for (const QByteArray &name : variables.keys())
+        text += "export " + name + "=\"$" + waitingName(name) + "\"; unset " + waitingName(name) + "; ";
+    return text;
+}
+
+/// Why zsh could not run the line as it stands with the variables; empty when it can.
+QString objection(const QByteArray &commandLine, const ShellService::Environment &variables)
+{
+    if (commandLine.contains('\0'))
+        return QStringLiteral("无法执行命令：命令行中含有空字符");
+    if (commandLine.startsWith('-'))
+        return QStringLiteral("无法执行命令：命令行不能以“-”开头");
+    if (settingOf(variables).size() + commandLine.size() > longestCommandLine)
+        return QStringLiteral("无法执行命令：命令行过长（超过 128 KB）");
+    if (std::ranges::any_of(variables, [](const QByteArray &value) { return value.contains('\0'); }))
+        return QStringLiteral("无法执行命令：变量的值中含有空字符");
+    return {};
 }
 
 /// Gives the text of a pipe to an output handler.
@@ -107,36 +125,42 @@ ShellService::Environment ShellService::buildEnvironment() const
     return environment;
 }
 
-std::expected<std::shared_ptr<ChildProcess>, ShellError>
-ShellService::start(const QString &commandLine, ChildProcess::Ending ending, PipeSink &output, PipeSink &error) const
+std::expected<std::shared_ptr<ChildProcess>, ShellError> ShellService::start(const QString &commandLine,
+                                                                             const Environment &variables,
+                                                                             ChildProcess::Ending ending,
+                                                                             PipeSink &output, PipeSink &error) const
 {
     const QByteArray line = commandLine.toUtf8();
-    if (const QString reason = objection(line); !reason.isEmpty())
+    if (const QString reason = objection(line, variables); !reason.isEmpty())
         return std::unexpected(ShellError{reason});
-    const ChildProcess::Command command{m_shell, {"-l", "-c", line}, assignments(buildEnvironment())};
+    Environment environment = buildEnvironment();
+    for (auto variable = variables.begin(); variable != variables.end(); ++variable)
+        environment[waitingName(variable.key())] = *variable;
+    const ChildProcess::Command command{m_shell, {"-l", "-c", settingOf(variables) + line}, assignments(environment)};
     auto child = ChildProcess::start(command, ending, output, error);
     if (!child)
         return std::unexpected(ShellError{describe(m_shell, child.error())});
     return std::move(*child);
 }
 
-QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::run(QString commandLine)
+QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::run(QString commandLine, Environment variables)
 {
     const auto turn = co_await m_collectedRuns.lock();
     CollectedText output;
     CollectedText errorOutput;
-    const auto child = start(commandLine, ChildProcess::Ending::AtEndOfFile, output, errorOutput);
+    const auto child = start(commandLine, variables, ChildProcess::Ending::AtEndOfFile, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
     const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
     co_return ShellResult{exitCode, std::move(output), std::move(errorOutput)};
 }
 
-QCoro::Task<std::expected<int, ShellError>> ShellService::runWithStreaming(QString commandLine, OutputHandler onOutput)
+QCoro::Task<std::expected<int, ShellError>> ShellService::runWithStreaming(QString commandLine, OutputHandler onOutput,
+                                                                           Environment variables)
 {
     StreamedText output(onOutput);
     StreamedText errorOutput(onOutput);
-    const auto child = start(commandLine, ChildProcess::Ending::AtExit, output, errorOutput);
+    const auto child = start(commandLine, variables, ChildProcess::Ending::AtExit, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
     currentStreamingProcess = *child;

@@ -42,12 +42,16 @@ public:
 
     /// Runs to the end: the exit, and the closing of both outputs by everything that holds them.
     /// Collected runs never overlap; a second one waits for its turn.
-    QCoro::Task<std::expected<ShellResult, ShellError>> run(QString commandLine);
+    ///
+    /// The line finds each of `variables` in its environment, whatever a login profile sets it to. This is how
+    /// secrets reach a line: its text stands in the shell's arguments, which everybody on the machine can read.
+    QCoro::Task<std::expected<ShellResult, ShellError>> run(QString commandLine, Environment variables = {});
 
     /// Runs to the exit and gives each piece written to standard output or standard error to
     /// `onOutput` within 10 ms, as it is. Returns the exit status. Starts at once, also while a
     /// collected run is under way, so that an install never waits for a slow login profile.
-    QCoro::Task<std::expected<int, ShellError>> runWithStreaming(QString commandLine, OutputHandler onOutput);
+    QCoro::Task<std::expected<int, ShellError>> runWithStreaming(QString commandLine, OutputHandler onOutput,
+                                                                 Environment variables = {});
 
     /// The streamed run started last; null when none was, when any streamed run has ended since, or
     /// after cancellation. To cancel it, terminate() it and clear the field.
@@ -57,8 +61,10 @@ public:
     Environment buildEnvironment() const;
 
 private:
-    std::expected<std::shared_ptr<ChildProcess>, ShellError>
-    start(const QString &commandLine, ChildProcess::Ending ending, PipeSink &output, PipeSink &error) const;
+    std::expected<std::shared_ptr<ChildProcess>, ShellError> start(const QString &commandLine,
+                                                                   const Environment &variables,
+                                                                   ChildProcess::Ending ending, PipeSink &output,
+                                                                   PipeSink &error) const;
 
     const QByteArray m_home;
     const QByteArray m_zshFolder;

@@ -1,6 +1,7 @@
 #include "Text.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 #include <QTextBoundaryFinder>
 #include <array>
 #include <cmath>
@@ -61,4 +62,18 @@ QString byteCountText(qint64 bytes)
     }
     const int places = std::min(int(unit), 2);
     return QLocale::c().toString(count, 'f', places) + u' ' + QLatin1String(units[unit]);
+}
+
+QString shellWord(const QString &text)
+{
+    static const QRegularExpression plainWord(QStringLiteral("\\A[A-Za-z0-9_./:@%+,-]+\\z"));
+    if (plainWord.match(text).hasMatch())
+        return text;
+    return u'\'' + QString(text).replace(u'\'', QLatin1String("'\\''")) + u'\'';
+}
+
+QString escapedForDoubleQuotes(QString text)
+{
+    static const QRegularExpression special(QStringLiteral("([\"$`\\\\])"));
+    return text.replace(special, QStringLiteral("\\\\1"));
 }

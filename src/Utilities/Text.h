@@ -9,3 +9,9 @@ qsizetype lastCharactersStart(QStringView text, qsizetype count);
 
 /// A file's size in decimal units, for example "12.3 MB"; the larger the unit, the more decimal places.
 QString byteCountText(qint64 bytes);
+
+/// `text` as one word of a shell command line, quoted where it needs to be.
+QString shellWord(const QString &text);
+
+/// `text` as part of a shell's double-quoted string.
+QString escapedForDoubleQuotes(QString text);

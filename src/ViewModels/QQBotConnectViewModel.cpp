@@ -1,12 +1,10 @@
 #include "QQBotConnectViewModel.h"
 
-#include "Services/ShellService.h"
-
 #include <QRegularExpression>
 
 namespace {
 
-/// Both become part of a command line, so nothing but what they are made of may pass.
+/// A page may say anything, so nothing but what these are made of may pass.
 bool isCredential(const QString &text, const char *pattern)
 {
     return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1String(pattern))).match(text).hasMatch();
@@ -51,14 +49,17 @@ QList<QQBotConnectViewModel::Step> QQBotConnectViewModel::steps() const
         {QStringLiteral("安装 QQ 机器人插件"),
          m_qqbotInstallCommand.isEmpty()
              ? QStringLiteral("openclaw plugins install @tencent-connect/openclaw-qqbot@latest")
-             : m_qqbotInstallCommand},
+             : m_qqbotInstallCommand,
+         {}},
         {QStringLiteral("添加 QQ 机器人频道"),
-         QStringLiteral("openclaw channels add --channel qqbot --token \"%1:%2\"")
-             .arg(m_detectedAppId, m_detectedAppSecret)},
+         QStringLiteral("openclaw channels add --channel qqbot --token \"$VAELIX_QQBOT_TOKEN\""),
+         {{"VAELIX_QQBOT_TOKEN", (m_detectedAppId + u':' + m_detectedAppSecret).toUtf8()}}},
         {QStringLiteral("停止旧网关"),
-         QStringLiteral("pkill -f 'openclaw gateway' 2>/dev/null; sleep 1; echo '旧网关已停止'")},
+         QStringLiteral("pkill -f 'openclaw gateway' 2>/dev/null; sleep 1; echo '旧网关已停止'"),
+         {}},
         {QStringLiteral("启动网关"),
-         QStringLiteral("nohup openclaw gateway > ~/.openclaw/gateway.log 2>&1 & sleep 2 && echo '网关已在后台启动'")},
+         QStringLiteral("nohup openclaw gateway > ~/.openclaw/gateway.log 2>&1 & sleep 2 && echo '网关已在后台启动'"),
+         {}},
     };
 }
 
@@ -78,7 +79,7 @@ QCoro::Task<> QQBotConnectViewModel::run(Step step)
 {
     print(QStringLiteral("\n▶ %1...\n").arg(step.label));
     const OutputHandler onOutput = [this](QUtf8StringView text) { m_connectLog.append(text); };
-    const auto exitCode = co_await m_shell.runWithStreaming(step.command, onOutput);
+    const auto exitCode = co_await m_shell.runWithStreaming(step.command, onOutput, step.variables);
     if (!exitCode)
         print(QStringLiteral("❌ %1\n").arg(exitCode.error().description));
     else if (*exitCode != 0)

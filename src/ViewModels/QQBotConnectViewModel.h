@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Services/ShellService.h"
 #include "TerminalOutput.h"
 
 #include <QCoroTask>
-
-class ShellService;
 
 /// Connects OpenClaw to a QQ bot: takes the bot's credentials from the platform's page, asks, and runs
 /// the agent's commands. A run goes on when its sheet is closed, and the sheet shows it when it is
@@ -53,6 +52,7 @@ private:
     struct Step {
         QString label;
         QString command;
+        ShellService::Environment variables;
     };
 
     QList<Step> steps() const;

@@ -216,8 +216,8 @@ private:
     /// After an install or upgrade: reads the version and brings OpenClaw's gateway up anew.
     QCoro::Task<> finishInstall(SoftwarePointer software);
     void forgetConnections(const QString &softwareId);
-    /// What hands the account to a configuration command line; holds the key, so never shown.
-    QString credentialPrefix() const;
+    /// The account, for the environment of a configuration command line.
+    ShellService::Environment credentials() const;
 
     OutputHandler outputHandler();
     void print(const QString &text);

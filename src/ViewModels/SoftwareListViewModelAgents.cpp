@@ -9,6 +9,7 @@
 #include "Services/KeychainService.h"
 #include "Services/OpenClawService.h"
 #include "Utilities/Deployment.h"
+#include "Utilities/Text.h"
 
 #include <QFile>
 
@@ -35,7 +36,7 @@ QByteArray chatScript(const QString &home)
                           "export PATH=\"%1/.local/bin:$PATH\"\n"
                           "clear\n"
                           "hermes chat")
-        .arg(home)
+        .arg(escapedForDoubleQuotes(home))
         .toUtf8();
 }
 
@@ -50,9 +51,9 @@ QCoro::Task<> SoftwareListViewModel::configure(AISoftware *software)
         co_return;
     }
     const int operation = beginOperation();
-    const QString commandLine = credentialPrefix() + entry->configCommand;
     print(QStringLiteral(">>> 执行配置 (已注入 API 凭据)\n"));
-    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(commandLine, outputHandler());
+    const auto exitCode =
+        co_await m_services.installer.shell().runWithStreaming(entry->configCommand, outputHandler(), credentials());
     if (!self)
         co_return;
     if (!exitCode) {
@@ -68,11 +69,11 @@ QCoro::Task<> SoftwareListViewModel::configure(AISoftware *software)
     endOperation(operation);
 }
 
-QString SoftwareListViewModel::credentialPrefix() const
+ShellService::Environment SoftwareListViewModel::credentials() const
 {
     const QString key = m_services.keychain.get(QStringLiteral("user_api_key")).value_or(QString());
-    return QStringLiteral("export QUENDA_API_KEY='") + key + QStringLiteral("' QUENDA_API_URL='")
-        + Deployment::cloudAPIOrigin() + QStringLiteral("/v1' && ");
+    return {{"QUENDA_API_KEY", key.toUtf8()},
+            {"QUENDA_API_URL", (Deployment::cloudAPIOrigin() + QStringLiteral("/v1")).toUtf8()}};
 }
 
 QCoro::Task<> SoftwareListViewModel::openChat(AISoftware *)
@@ -98,8 +99,8 @@ QCoro::Task<> SoftwareListViewModel::setupHermesGateway()
     const QPointer self(this);
     const int operation = beginOperation();
     print(QStringLiteral(">>> 配置 Hermes 网关平台...\n"));
-    const QString commandLine = credentialPrefix() + QStringLiteral("hermes gateway setup");
-    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(commandLine, outputHandler());
+    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(QStringLiteral("hermes gateway setup"),
+                                                                                 outputHandler(), credentials());
     if (!self)
         co_return;
     if (!exitCode) {

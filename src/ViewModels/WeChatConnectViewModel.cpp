@@ -2,6 +2,7 @@
 
 #include "Services/APIService.h"
 #include "Services/ShellService.h"
+#include "Utilities/Text.h"
 
 #include <QRegularExpression>
 
@@ -24,7 +25,7 @@ const QString gatewayLog =
 
 QString pluginDownload(const QString &apiBase)
 {
-    return QStringLiteral("mkdir -p ~/.openclaw/extensions && curl -fSL ") + apiBase
+    return QStringLiteral("mkdir -p ~/.openclaw/extensions && curl -fSL ") + shellWord(apiBase)
         + QStringLiteral("/software/files/weixin/download -o /tmp/openclaw-weixin.zip && "
                          "unzip -qo /tmp/openclaw-weixin.zip -d ~/.openclaw/extensions/ && "
                          "rm /tmp/openclaw-weixin.zip && echo '插件安装完成'");

@@ -46,6 +46,8 @@ private Q_SLOTS:
     void lineThatCannotBeStarted_data();
     void lineThatCannotBeStarted();
     void environmentOfEveryRun();
+    void variablesReachTheLineAndNobodyElse_data();
+    void variablesReachTheLineAndNobodyElse();
     void usersOwnZshFilesAreRead();
     void collectedRunsNeverOverlap();
     void collectedRunWaitsForGrandchildHoldingThePipe();
@@ -146,6 +148,49 @@ void tst_ShellService::environmentOfEveryRun()
     QCOMPARE(scratch.shell.buildEnvironment()["PATH"],
              "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin");
     qputenv("PATH", inherited);
+}
+
+void tst_ShellService::variablesReachTheLineAndNobodyElse_data()
+{
+    const auto row = columns<QByteArray>("value");
+    row("usual", "sk-a-secret");
+    row("empty", "");
+    row("a command in quotes", "k'; touch ~/pwned #\"; touch ~/pwned #");
+    row("substitutions", "$(touch ~/pwned)`touch ~/pwned`$HOME\\");
+    row("lines", "first\n second ");
+    row("Chinese", "密钥");
+}
+
+void tst_ShellService::variablesReachTheLineAndNobodyElse()
+{
+    QFETCH(QByteArray, value);
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, "export SECRET='of the profile'\n");
+    const QString line =
+        u"print waiting; /bin/sh -c 'while [ ! -e ~/go ]; do sleep 0.02; done; printf %s \"$SECRET\" > "
+        u"~/seen; env > ~/environment'; printf '<%s>' \"$SECRET\""_s;
+    QByteArray output;
+    bool isWaiting = false;
+    auto run = scratch.shell.runWithStreaming(line,
+                                              [&](QUtf8StringView piece) {
+                                                  output.append(piece.data(), piece.size());
+                                                  isWaiting = true;
+                                              },
+                                              {{"SECRET", value}});
+    QTRY_VERIFY(isWaiting);
+    const qint64 process = scratch.shell.currentStreamingProcess->processIdentifier();
+    QTRY_COMPARE(visibleArguments(process).count("while"), 2); // the shell's and its child's
+    QVERIFY(value.isEmpty() || !visibleArguments(process).contains(value));
+    scratch.write(u"go"_s, {});
+    QCOMPARE(*QCoro::waitFor(std::move(run)), 0);
+    QCOMPARE(output, "waiting\n<" + value + '>');
+    QCOMPARE(scratch.read(u"seen"_s), value);
+    QVERIFY(!scratch.read(u"environment"_s).contains("VAELIX_GIVEN"));
+
+    const auto collected = QCoro::waitFor(scratch.shell.run(u"printf '<%s>' \"$SECRET\""_s, {{"SECRET", value}}));
+    QCOMPARE(collected->output.utf8().toByteArray(), '<' + value + '>');
+    QVERIFY(!QFile::exists(scratch.path(u"pwned"_s)));
+    QVERIFY(!QCoro::waitFor(scratch.shell.run(u"true"_s, {{"SECRET", QByteArray("a\0b", 3)}})));
 }
 
 void tst_ShellService::usersOwnZshFilesAreRead()

@@ -103,6 +103,19 @@ int zombies()
     return count;
 }
 
+QByteArray visibleArguments(qint64 process)
+{
+    const auto contentOf = [process](const QString &name) {
+        QFile file(QStringLiteral("/proc/%1/").arg(process) + name);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    QByteArray arguments = contentOf(QStringLiteral("cmdline"));
+    for (const QByteArray &child : contentOf(QStringLiteral("task/%1/children").arg(process)).split(' '))
+        if (!child.isEmpty())
+            arguments += visibleArguments(child.toLongLong());
+    return arguments;
+}
+
 qint64 endedProcess()
 {
     QProcess process;

@@ -65,5 +65,7 @@ SoftwareCatalogEntry testEntry(const QString &id);
 int openDescriptors();
 /// Children of this process that have ended and were not reaped.
 int zombies();
+/// The arguments of a process and of those it started, as everybody on the machine can read them.
+QByteArray visibleArguments(qint64 process);
 /// The number of a process that has ended, and that no other has yet.
 qint64 endedProcess();

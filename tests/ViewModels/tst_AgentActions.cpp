@@ -49,6 +49,7 @@ private Q_SLOTS:
     void disableApprovalsOfHermes();
     void failedWritesAreTold();
     void hermesGateway();
+    void credentialsStayOutOfTheArguments();
     void hermesChat();
     void portText_data();
     void portText();
@@ -142,6 +143,33 @@ void tst_AgentActions::hermesGateway()
         QCOMPARE(agents.viewModel.isHermesTelegramConnected(), !fails);
         QCOMPARE(agents.viewModel.configuredSoftwareIds().contains(u"hermes"_s), !fails);
     }
+}
+
+void tst_AgentActions::credentialsStayOutOfTheArguments()
+{
+    const QString key = u"sk-secret-key"_s;
+    const QByteArray waits = "until [ -e ~/go ]; do /bin/sleep 0.02; done; printf %s \"$QUENDA_API_KEY\" > ~/seen";
+    Scratch scratch;
+    SoftwareCatalogEntry entry = testEntry(u"openclaw"_s);
+    entry.configCommand = u"/bin/sh -c '%1'"_s.arg(QString::fromLatin1(waits));
+    scratch.setCatalog({entry});
+    scratch.writeProgram(u"bin/hermes"_s, "#!/bin/sh\n" + waits);
+    scratch.write(u".zprofile"_s, "path=(~/bin $path)\n");
+    scratch.keychain.save(u"user_api_key"_s, key);
+    SoftwareListViewModel viewModel(scratch.services());
+    QCoro::waitFor(viewModel.loadData());
+
+    const auto check = [&](QCoro::Task<> running, const QByteArray &child) {
+        const qint64 process = scratch.shell.currentStreamingProcess->processIdentifier();
+        QTRY_VERIFY(visibleArguments(process).contains(child));
+        QVERIFY(!visibleArguments(process).contains(key.toUtf8()));
+        scratch.write(u"go"_s, {});
+        QCoro::waitFor(std::move(running));
+        QCOMPARE(scratch.read(u"seen"_s), key.toUtf8());
+        QVERIFY(QFile::remove(scratch.path(u"go"_s)) && QFile::remove(scratch.path(u"seen"_s)));
+    };
+    check(viewModel.configure(viewModel.software(u"openclaw"_s)), QByteArray("/bin/sh\0-c", 10));
+    check(viewModel.setupHermesGateway(), scratch.path(u"bin/hermes"_s).toUtf8());
 }
 
 void tst_AgentActions::hermesChat()

@@ -45,6 +45,7 @@ private Q_SLOTS:
     void qqCredentials();
     void qqRunsAllSteps_data();
     void qqRunsAllSteps();
+    void qqSecretIsNotInTheShellsArguments();
     void qqRunOutlivesItsSheet();
     void weChatOutcome_data();
     void weChatOutcome();
@@ -123,6 +124,27 @@ void tst_AgentConnections::qqRunsAllSteps()
                          u"pkill -f openclaw gateway"_s, u"gateway"_s};
     expected.removeAll(QString());
     QCOMPARE(home.calls(), expected);
+}
+
+void tst_AgentConnections::qqSecretIsNotInTheShellsArguments()
+{
+    AgentHome home;
+    // A function, so that the shell stays while it runs.
+    home.write(u".zprofile"_s,
+               "openclaw() { print -r - $* >> ~/calls; "
+               "[[ $1 != channels ]] || until [[ -e ~/go ]]; do /bin/sleep 0.05; done }\n"
+               "pkill() { }\n");
+    QQBotConnectViewModel viewModel(home.shell);
+    viewModel.begin({});
+    viewModel.takeCredentials(u"1020304050"_s, secret);
+    auto run = viewModel.connectQQBot();
+    QTRY_VERIFY(home.calls().size() == 2);
+    QFile arguments(u"/proc/%1/cmdline"_s.arg(home.shell.currentStreamingProcess->processIdentifier()));
+    QVERIFY(arguments.open(QIODevice::ReadOnly));
+    const QByteArray line = arguments.readAll();
+    QVERIFY(line.contains("channels add") && !line.contains(secret.toUtf8()));
+    home.write(u"go"_s, {});
+    QCoro::waitFor(std::move(run));
 }
 
 void tst_AgentConnections::qqRunOutlivesItsSheet()

@@ -291,6 +291,8 @@ void tst_SoftwareListViewModel::configure()
     SoftwareCatalogEntry entry = installable(openClaw);
     entry.configCommand = configCommand;
     Fixture fixture({entry});
+    const QString key = u"k'; touch ~/pwned #"_s;
+    fixture.scratch.keychain.save(u"user_api_key"_s, key);
     QCoro::waitFor(fixture.viewModel.configure(fixture.software(openClaw)));
     QTEST(fixture.output(), "output");
     QTEST(fixture.viewModel.errorMessage(), "errorMessage");
@@ -298,7 +300,9 @@ void tst_SoftwareListViewModel::configure()
     const bool isDone = fixture.viewModel.errorMessage().isEmpty();
     QCOMPARE(fixture.viewModel.configuredSoftwareIds(), isDone ? QStringList{openClaw} : QStringList());
     if (isDone)
-        QCOMPARE(fixture.scratch.read(u".openclaw/openclaw.json"_s), "<> https://api.vaelix.example/v1\n");
+        QCOMPARE(fixture.scratch.read(u".openclaw/openclaw.json"_s),
+                 '<' + key.toUtf8() + "> https://api.vaelix.example/v1\n");
+    QVERIFY(!QFile::exists(fixture.scratch.path(u"pwned"_s)));
 }
 
 void tst_SoftwareListViewModel::configurationMarks()
