@@ -3,8 +3,10 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <spawn.h>
 #include <string_view>
 #include <sys/wait.h>
@@ -18,17 +20,19 @@ struct Run {
     std::string output;
 };
 
-std::string readToEnd(int file)
+/// Everything that is written to the pipe; none when the caller goes before its end.
+std::optional<std::string> readToEnd(int file, const Caller &caller)
 {
     std::string text;
     std::array<char, 64 * 1024> piece;
-    while (true) {
+    while (caller.waitsFor(file)) {
         const ssize_t count = ::read(file, piece.data(), piece.size());
         if (count > 0)
             text.append(piece.data(), std::size_t(count));
         else if (count == 0 || errno != EINTR)
             return text;
     }
+    return {};
 }
 
 int waitFor(pid_t child)
@@ -38,6 +42,7 @@ int waitFor(pid_t child)
     return status;
 }
 
+/// With the signals as they are for a program that a shell starts.
 Result<pid_t> spawn(std::vector<std::string> &arguments, int output)
 {
     std::vector<char *> pointers;
@@ -48,16 +53,26 @@ Result<pid_t> spawn(std::vector<std::string> &arguments, int output)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;
-    const int error = posix_spawnp(&child, pointers.front(), &actions, nullptr, pointers.data(), environ);
+    const int error = posix_spawnp(&child, pointers.front(), &actions, &attributes, pointers.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
         return Failure(std::string("无法启动 7z：") + std::strerror(error));
     return child;
 }
 
-/// Its complaints go to our own standard error.
-Result<Run> run7z(std::vector<std::string> arguments)
+/// Its complaints go to our own standard error. It does not outlive the caller's interest.
+Result<Run> run7z(std::vector<std::string> arguments, const Caller &caller)
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
@@ -65,11 +80,16 @@ Result<Run> run7z(std::vector<std::string> arguments)
     arguments.insert(arguments.begin(), "7z");
     const auto child = spawn(arguments, ends[1]);
     ::close(ends[1]);
-    std::string output = child ? readToEnd(ends[0]) : std::string();
+    const auto output = child ? readToEnd(ends[0], caller) : std::nullopt;
     ::close(ends[0]);
     if (!child)
         return Failure(child.error());
-    return Run{waitFor(*child), std::move(output)};
+    if (!output)
+        ::kill(*child, SIGKILL);
+    const int status = waitFor(*child);
+    if (!output)
+        return Failure("已放弃：没有人等待结果");
+    return Run{status, *output};
 }
 
 void readField(std::string_view name, std::string_view value, Archive::Listing &listing)
@@ -142,9 +162,9 @@ std::string Archive::address() const
     return "/proc/self/fd/" + std::to_string(m_file);
 }
 
-Result<Archive::Listing> Archive::list() const
+Result<Archive::Listing> Archive::list(const Caller &caller) const
 {
-    const auto run = run7z({"l", "-slt", "--", address()});
+    const auto run = run7z({"l", "-slt", "--", address()}, caller);
     if (!run)
         return Failure(run.error());
     if (run->status != 0)
@@ -152,9 +172,9 @@ Result<Archive::Listing> Archive::list() const
     return readListing(run->output);
 }
 
-Result<void> Archive::unpack(const std::filesystem::path &folder) const
+Result<void> Archive::unpack(const std::filesystem::path &folder, const Caller &caller) const
 {
-    const auto run = run7z({"x", "-y", "-bd", "-o" + folder.string(), "--", address()});
+    const auto run = run7z({"x", "-y", "-bd", "-o" + folder.string(), "--", address()}, caller);
     if (!run)
         return Failure(run.error());
     if (run->status != 0)

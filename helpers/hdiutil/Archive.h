@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Caller.h"
+
 #include <cstdint>
 #include <expected>
 #include <filesystem>
@@ -10,7 +12,7 @@
 using Failure = std::unexpected<std::string>;
 template<typename T> using Result = std::expected<T, std::string>;
 
-/// A disk image as 7z reads it. Names in it are not to be trusted.
+/// A disk image as 7z reads it, which is given up when the caller goes. Names in it are not to be trusted.
 class Archive
 {
 public:
@@ -31,9 +33,9 @@ public:
     Archive &operator=(Archive &&) = delete;
     ~Archive();
 
-    Result<Listing> list() const;
+    Result<Listing> list(const Caller &caller) const;
     /// Into a folder that exists. Anything that 7z has to complain of is a failure; the folder may hold a part then.
-    Result<void> unpack(const std::filesystem::path &folder) const;
+    Result<void> unpack(const std::filesystem::path &folder, const Caller &caller) const;
 
 private:
     explicit Archive(int file);

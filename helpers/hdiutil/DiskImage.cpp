@@ -142,7 +142,8 @@ Result<void> removeTree(const fs::path &folder)
     return {};
 }
 
-Result<fs::path> unpackInto(const fs::path &folder, const Archive &archive, const std::string &format)
+Result<fs::path> unpackInto(const fs::path &folder, const Archive &archive, const std::string &format,
+                            const Caller &caller)
 {
     if (const auto limited = limitFileSize(); !limited)
         return Failure(limited.error());
@@ -152,7 +153,7 @@ Result<fs::path> unpackInto(const fs::path &folder, const Archive &archive, cons
     fs::create_directory(unpacked, error);
     if (error)
         return systemFailure("无法创建 " + unpacked.string(), error.value());
-    if (const auto done = archive.unpack(unpacked); !done)
+    if (const auto done = archive.unpack(unpacked, caller); !done)
         return Failure(done.error());
     fs::rename(volumeAmong(unpacked, format), volume, error);
     if (error)
@@ -182,12 +183,12 @@ bool isAttached(const fs::path &mountPoint)
 
 } // namespace
 
-Result<fs::path> DiskImage::attach(const fs::path &image)
+Result<fs::path> DiskImage::attach(const fs::path &image, const Caller &caller)
 {
     const auto archive = Archive::open(image);
     if (!archive)
         return Failure(archive.error());
-    const auto listing = archive->list();
+    const auto listing = archive->list(caller);
     if (!listing)
         return Failure(listing.error());
     if (const auto checked = checkListing(*listing); !checked)
@@ -197,7 +198,7 @@ Result<fs::path> DiskImage::attach(const fs::path &image)
     std::string folder = (fs::canonical(fs::temp_directory_path(error), error) / folderPrefix).string() + "XXXXXX";
     if (error || !::mkdtemp(folder.data()))
         return systemFailure("无法创建临时文件夹", error ? error.value() : errno);
-    auto volume = unpackInto(folder, *archive, listing->formats.back());
+    auto volume = unpackInto(folder, *archive, listing->formats.back(), caller);
     if (!volume)
         if (const auto removed = removeTree(folder); !removed)
             return Failure(volume.error() + "；" + removed.error());

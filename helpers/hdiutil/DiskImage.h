@@ -9,8 +9,8 @@ namespace DiskImage {
 constexpr std::uint64_t mostBytes = std::uint64_t(2) << 30;
 
 /// Gives the folder with the volume's content. Nothing is left behind by a failure: an image that is damaged, too
-/// large, or that has a name or a link leading out of the volume.
-Result<std::filesystem::path> attach(const std::filesystem::path &image);
+/// large, or that has a name or a link leading out of the volume; or a caller that goes meanwhile.
+Result<std::filesystem::path> attach(const std::filesystem::path &image, const Caller &caller);
 
 /// Removes what attach() made; `mountPoint` is what it gave. Any other folder is refused and stays.
 Result<void> detach(const std::filesystem::path &mountPoint);

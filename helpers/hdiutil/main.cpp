@@ -35,7 +35,8 @@ std::string describe(const std::filesystem::path &mountPoint)
 
 int attach(const std::string &image)
 {
-    const auto mountPoint = DiskImage::attach(image);
+    const Caller caller;
+    const auto mountPoint = DiskImage::attach(image, caller);
     if (!mountPoint)
         return fail(mountPoint.error());
     const std::string answer = describe(*mountPoint);

@@ -1,8 +1,11 @@
+#include "Platform/FileDescriptor.h"
 #include "Support/Table.h"
 
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <memory>
 #include <plist/plist.h>
@@ -42,6 +45,8 @@ private Q_SLOTS:
     void hostileImage();
     void imageThatUnpacksTooLarge();
     void detachRemovesOnlyWhatAttachMade();
+    void callerThatGoes_data();
+    void callerThatGoes();
     void wrongUse_data();
     void wrongUse();
 
@@ -305,6 +310,60 @@ void tst_hdiutil::detachRemovesOnlyWhatAttachMade()
     QCOMPARE(read(u"tmp/vaelix-image-open/volume/file"_s), "x");
     QCOMPARE(detach(volume).exitCode, 0);
     QVERIFY(!QFile::exists(folder));
+}
+
+void tst_hdiutil::callerThatGoes_data()
+{
+    // When the caller goes, and how.
+    const auto row = columns<QByteArray, int>("moment", "signal");
+    row("window closed while listing", "l", 0);
+    row("window closed while unpacking", "x", 0);
+    row("window closed before the answer", "", 0);
+    row("terminated while unpacking", "x", SIGTERM);
+    row("hung up on while unpacking", "x", SIGHUP);
+}
+
+void tst_hdiutil::callerThatGoes()
+{
+    QFETCH(QByteArray, moment);
+    QFETCH(int, signal);
+    write(u"content/file"_s, QByteArray(300'000, 'x'));
+    write(u"a.dmg"_s, makeImage(Form::HFS));
+    // Does its work, tells that it is done, and then goes on for ever when the caller is to go meanwhile.
+    write(u"bin/7z"_s,
+          "#!/bin/bash\ntrap '' PIPE TERM HUP\nPATH=${PATH#*:}\n7z \"$@\" || exit\n[ \"$1\" = '" + moment
+              + "' ] || exit 0\necho $$ > '" + path(u"7z.tmp"_s).toUtf8() + "'\nmv '" + path(u"7z.tmp"_s).toUtf8()
+              + "' '" + path(u"7z"_s).toUtf8() + "'\nwhile :; do sleep 0.01; done\n");
+    QVERIFY(QFile::setPermissions(path(u"bin/7z"_s), QFile::ReadOwner | QFile::ExeOwner));
+    int answer[2];
+    QCOMPARE(::pipe2(answer, O_CLOEXEC), 0);
+    FileDescriptor reader(answer[0]);
+    FileDescriptor writer(answer[1]);
+    QProcess program;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"TMPDIR"_s, path(u"tmp"_s));
+    environment.insert(u"PATH"_s, path(u"bin"_s) + u':' + environment.value(u"PATH"_s));
+    program.setProcessEnvironment(environment);
+    program.setChildProcessModifier([output = writer.get()] { ::dup2(output, STDOUT_FILENO); });
+    if (moment.isEmpty())
+        reader = FileDescriptor();
+    program.start(QStringLiteral(HDIUTIL),
+                  {u"attach"_s, path(u"a.dmg"_s), u"-nobrowse"_s, u"-noverify"_s, u"-plist"_s});
+    QVERIFY(program.waitForStarted());
+    if (!moment.isEmpty()) {
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path(u"7z"_s)), 60'000);
+        QCOMPARE(leftBehind().isEmpty(), moment == "l");
+        if (signal != 0)
+            ::kill(pid_t(program.processId()), signal);
+        else
+            reader = FileDescriptor();
+    }
+    QVERIFY(program.waitForFinished(60'000));
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 1);
+    QCOMPARE(leftBehind(), QStringList());
+    const QByteArray number = read(u"7z"_s).trimmed();
+    QVERIFY(number.isEmpty() || ::kill(number.toInt(), 0) != 0);
 }
 
 void tst_hdiutil::wrongUse_data()
