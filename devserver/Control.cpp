@@ -27,6 +27,10 @@ Fault readFault(BodyReader &order)
         fault.body = body->toUtf8();
     if (const auto contentType = order.text("contentType"))
         fault.contentType = contentType->toUtf8();
+    if (const auto location = order.text("location"))
+        fault.headers.append({"Location", location->toUtf8()});
+    fault.length = order.integer("length", 0, std::numeric_limits<qint64>::max());
+    fault.announcesLength = order.flag("announceLength").value_or(true);
     return fault;
 }
 

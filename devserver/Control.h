@@ -13,7 +13,8 @@ bool isControlPath(QStringView path);
 /// Answers the control endpoints, for demonstrations by hand; these, and those in the table of routes:
 ///
 ///   POST   /_control/faults    switches a fault on. The body is a JSON object with "path" and any of "method"
-///                              ("GET" when missing), "times", "delayMs", "status", "body", "contentType" and
+///                              ("GET" when missing), "times", "delayMs", "status", "body", "contentType",
+///                              "location", "length" (bytes up to which the body is repeated), "announceLength" and
 ///                              "drop" ("beforeAnswer" or "midBody")
 ///   DELETE /_control/faults    switches all faults off
 ///   GET    /_control/requests  lists the recorded requests

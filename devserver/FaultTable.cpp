@@ -7,6 +7,9 @@ Response Fault::applyTo(Response response) const
     response.status = status.value_or(response.status);
     response.body = body.value_or(response.body);
     response.contentType = contentType.value_or(response.contentType);
+    response.headers += headers;
+    response.delivery.length = length;
+    response.delivery.announcesLength = response.delivery.announcesLength && announcesLength;
     return response;
 }
 

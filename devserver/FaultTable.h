@@ -21,6 +21,9 @@ struct Fault {
     std::optional<int> status;
     std::optional<QByteArray> body; // sent as it is, JSON or not
     std::optional<QByteArray> contentType;
+    QList<QPair<QByteArray, QByteArray>> headers; // further ones
+    std::optional<qint64> length; // bytes up to which the body is repeated
+    bool announcesLength = true;
     Drop drop = Drop::Nowhere;
 
     Response applyTo(Response response) const;
@@ -28,8 +31,8 @@ struct Fault {
 
 /// The faults switched on, one per method and path at most.
 ///
-/// A client may try a request again by itself when the connection broke before the answer:
-/// QNetworkAccessManager does so up to three times. A fault that it shall notice must last longer.
+/// A client may try a request again by itself when the connection broke before the answer: QNetworkAccessManager
+/// does so up to three times, unless it cannot read the body anew. A fault that it shall notice must last longer.
 class FaultTable
 {
 public:

@@ -11,7 +11,7 @@ QByteArray Request::header(QByteArrayView name) const
     return {};
 }
 
-QByteArray Response::head(std::optional<qsizetype> contentLength) const
+QByteArray Response::head(std::optional<qint64> contentLength) const
 {
     QByteArray lines =
         "HTTP/1.1 " + QByteArray::number(status) + " \r\nContent-Type: " + contentType + "\r\nConnection: close\r\n";

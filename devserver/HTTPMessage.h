@@ -29,6 +29,7 @@ struct Delivery {
     bool announcesLength = true; // else the end of the connection ends the body
     qsizetype pieceSize = 0; // bytes; 0 for everything at once
     std::chrono::milliseconds pause{0}; // between two pieces
+    std::optional<qint64> length; // bytes; the body is repeated up to here, as fast as the client takes it
     std::optional<qsizetype> cutAfter; // bytes of the body after which the connection breaks off
 };
 
@@ -40,7 +41,7 @@ struct Response {
     Delivery delivery;
 
     /// Status line and headers. They announce the end of the connection and, if known, the bytes of body before it.
-    QByteArray head(std::optional<qsizetype> contentLength) const;
+    QByteArray head(std::optional<qint64> contentLength) const;
 };
 
 /// Status 200 with the account server's envelope around `data`: code 0, message "ok".

@@ -3,10 +3,13 @@
 #include <QTcpSocket>
 #include <QTimer>
 #include <algorithm>
+#include <memory>
 
 namespace devserver {
 
 namespace {
+
+constexpr qsizetype blockSize = 256 * 1024;
 
 /// Sends the bytes from `begin` to `end` now, and those behind in pieces as the delivery says.
 void sendPiece(qsizetype begin, qsizetype end, const QByteArray &bytes, const Delivery &delivery, QTcpSocket *socket)
@@ -21,10 +24,28 @@ void sendPiece(qsizetype begin, qsizetype end, const QByteArray &bytes, const De
         QTimer::singleShot(delivery.pause, socket, [=] { sendPiece(end, next, bytes, delivery, socket); });
 }
 
+/// Sends the block over and over, up to so many bytes.
+void sendRepeated(const QByteArray &head, const QByteArray &block, qint64 length, QTcpSocket *socket)
+{
+    const auto left = std::make_shared<qint64>(length);
+    QObject::connect(socket, &QTcpSocket::bytesWritten, socket, [=] {
+        if (socket->bytesToWrite() > 0)
+            return;
+        if (*left == 0)
+            return socket->disconnectFromHost();
+        const qint64 count = std::min<qint64>(*left, block.size());
+        *left -= count;
+        socket->write(block.constData(), count);
+    });
+    socket->write(head);
+}
+
 QByteArray headOf(const Response &response, Drop drop)
 {
     if (!response.delivery.announcesLength)
         return response.head({});
+    if (response.delivery.length)
+        return response.head(*response.delivery.length);
     const qsizetype least = drop == Drop::MidBody ? 1 : 0; // else an empty body would be whole
     return response.head(std::max(response.body.size(), least));
 }
@@ -45,6 +66,10 @@ void transmit(const Response &response, Drop drop, QTcpSocket *socket)
         return;
     }
     const QByteArray head = headOf(response, drop);
+    if (const auto length = response.delivery.length) {
+        const qsizetype copies = 1 + blockSize / std::max<qsizetype>(response.body.size(), 1);
+        return sendRepeated(head, response.body.repeated(copies), *length, socket);
+    }
     const QByteArray body = bodyOf(response, drop);
     const qsizetype pieceSize = response.delivery.pieceSize;
     const qsizetype first = pieceSize > 0 ? std::min(pieceSize, body.size()) : body.size();
