@@ -3,11 +3,20 @@
 #include <QNetworkAccessManager>
 #include <QTemporaryFile>
 #include <QUrl>
+#include <chrono>
 #include <expected>
 #include <functional>
 #include <optional>
 
 class QNetworkReply;
+
+/// What is downloaded, and where to.
+struct DownloadRequest {
+    QUrl url;
+    QString destination; ///< a file; its folder is made
+    qint64 size = 0; ///< bytes it must have; 0 when that is not known
+    std::chrono::milliseconds silence = std::chrono::seconds(60); ///< longest wait for the next bytes
+};
 
 /// A download that failed: a Chinese sentence saying why.
 struct DownloadError {
@@ -32,25 +41,28 @@ public:
 
     /// `progressHandler` gets the downloaded share from 0 to 1 in steps that can be seen, and nothing when the
     /// server sends no length.
-    /// `completionHandler` is called once. The download is written beside `destination`, whose folder is made,
-    /// and takes its place when it is whole.
-    DownloadDelegate(QString destination, ProgressHandler progressHandler, CompletionHandler completionHandler);
+    /// `completionHandler` is called once. The download is written beside its destination and takes its place when
+    /// it is whole. One of another size than that requested ends as soon as this shows, and so does one of unknown
+    /// size that is longer than 2 GiB.
+    DownloadDelegate(DownloadRequest request, ProgressHandler progressHandler, CompletionHandler completionHandler);
 
-    /// Follows redirects, gives up after a minute without a byte.
-    void start(const QUrl &url);
+    /// Follows redirects to any server, since nothing secret is sent, but not from https to http.
+    void start();
     /// The download ends as a failure.
     void cancel();
 
 private:
+    void checkHead();
     void receive();
     void reportProgress();
     void finish();
     void fail(const QString &reason);
     std::optional<QString> failure() const;
+    std::optional<QString> statusFailure() const;
     QString moveToDestination();
     void complete(const DownloadOutcome &outcome);
 
-    const QString m_destination;
+    const DownloadRequest m_request;
     const ProgressHandler m_progressHandler;
     CompletionHandler m_completionHandler;
     QNetworkAccessManager m_manager{this};

@@ -1,13 +1,13 @@
 #include "DownloadTask.h"
 
-DownloadTask::DownloadTask(const QUrl &url, const QString &destination)
+DownloadTask::DownloadTask(const DownloadRequest &request)
     : m_delegate(new DownloadDelegate(
-          destination, [this](double fraction) { Q_EMIT progressed(fraction); },
+          request, [this](double fraction) { Q_EMIT progressed(fraction); },
           [this](const DownloadOutcome &outcome) { Q_EMIT completed(outcome); }))
 {
     connect(this, &DownloadTask::cancelled, m_delegate, &DownloadDelegate::cancel);
     m_delegate->moveToThread(&m_thread);
-    connect(&m_thread, &QThread::started, m_delegate, [delegate = m_delegate, url] { delegate->start(url); });
+    connect(&m_thread, &QThread::started, m_delegate, &DownloadDelegate::start);
     connect(&m_thread, &QThread::finished, m_delegate, &QObject::deleteLater);
     m_thread.start();
 }

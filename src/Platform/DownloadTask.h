@@ -12,7 +12,7 @@ class DownloadTask : public QObject
 
 public:
     /// Starts at once.
-    DownloadTask(const QUrl &url, const QString &destination);
+    explicit DownloadTask(const DownloadRequest &request);
     ~DownloadTask() override;
 
     /// completed() follows, with a failure, unless the download has just ended.

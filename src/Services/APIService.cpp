@@ -3,8 +3,6 @@
 #include "KeychainService.h"
 #include "Utilities/Deployment.h"
 
-using namespace std::chrono_literals;
-
 QString APIError::description() const
 {
     switch (m_kind) {
@@ -30,10 +28,10 @@ APIService &APIService::shared()
     return service;
 }
 
-APIService::APIService(QString baseURL, KeychainService &keychain)
+APIService::APIService(QString baseURL, KeychainService &keychain, HTTPSession::Limits limits)
     : m_baseURL(std::move(baseURL))
     , m_keychain(keychain)
-    , m_session(60s)
+    , m_session(limits)
 {
 }
 
@@ -43,19 +41,18 @@ std::expected<QNetworkRequest, APIError> APIService::buildRequest(const QString 
     if (!url.isValid())
         return std::unexpected(APIError(APIError::Kind::InvalidURL));
     QNetworkRequest request(url);
-    request.setTransferTimeout(60'000);
     request.setRawHeader("Content-Type", "application/json");
     if (const auto token = m_keychain.get(QStringLiteral("auth_token")))
         request.setRawHeader("Authorization", "Bearer " + token->toUtf8());
     return request;
 }
 
-QCoro::Task<APIService::Body> APIService::execute(QString path, QByteArray method, QByteArray json)
+QCoro::Task<APIService::Body> APIService::execute(QString path, QByteArray method, QByteArray json, qsizetype bodyLimit)
 {
     const auto request = buildRequest(path);
     if (!request)
         co_return Body{std::unexpected(request.error())};
-    const auto response = co_await m_session.send(*request, method, json);
+    const auto response = co_await m_session.send(*request, method, json, bodyLimit);
     if (!response)
         co_return Body{std::unexpected(APIError(APIError::Kind::NetworkError, response.error().description))};
     if (response->status == 401)

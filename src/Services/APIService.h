@@ -52,19 +52,23 @@ public:
 
     static APIService &shared();
 
+    static constexpr HTTPSession::Limits defaultLimits{.silence = std::chrono::seconds(30),
+                                                       .exchange = std::chrono::seconds(60)};
+
     /// `baseURL` ends in "/api/v1", without a slash behind it.
-    APIService(QString baseURL, KeychainService &keychain);
+    APIService(QString baseURL, KeychainService &keychain, HTTPSession::Limits limits = defaultLimits);
 
     const QString &baseURL() const { return m_baseURL; }
 
     /// `path` begins with "/" and may carry a query.
     std::expected<QNetworkRequest, APIError> buildRequest(const QString &path) const;
 
-    /// `decodeData`, a callable from JSONValue to Decoded<T>, reads the envelope's data.
+    /// `decodeData`, a callable from JSONValue to Decoded<T>, reads the envelope's data. A body over the limit is a
+    /// network error.
     template<typename Decode, typename T = typename std::invoke_result_t<Decode, JSONValue>::value_type>
-    QCoro::Task<Result<T>> get(QString path, Decode decodeData)
+    QCoro::Task<Result<T>> get(QString path, Decode decodeData, qsizetype bodyLimit = HTTPSession::defaultBodyLimit)
     {
-        const auto body = co_await execute(path, "GET", {});
+        const auto body = co_await execute(path, "GET", {}, bodyLimit);
         co_return decodeEnvelope<T>(body, decodeData);
     }
 
@@ -72,7 +76,7 @@ public:
     template<typename Decode, typename T = typename std::invoke_result_t<Decode, JSONValue>::value_type>
     QCoro::Task<Result<T>> post(QString path, QByteArray json, Decode decodeData)
     {
-        const auto body = co_await execute(path, "POST", json);
+        const auto body = co_await execute(path, "POST", json, HTTPSession::defaultBodyLimit);
         co_return decodeEnvelope<T>(body, decodeData);
     }
 
@@ -83,7 +87,7 @@ private:
         std::expected<QByteArray, APIError> json;
     };
 
-    QCoro::Task<Body> execute(QString path, QByteArray method, QByteArray json);
+    QCoro::Task<Body> execute(QString path, QByteArray method, QByteArray json, qsizetype bodyLimit);
 
     template<typename T, typename Decode> static Result<T> decodeEnvelope(const Body &body, Decode decodeData)
     {

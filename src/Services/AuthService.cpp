@@ -84,7 +84,6 @@ Decoded<VerifyResponse> decodeVerifyResponse(JSONValue value)
 QNetworkRequest authorizedRequest(const QString &address, const QString &token)
 {
     QNetworkRequest request{QUrl(address)};
-    request.setTransferTimeout(std::chrono::milliseconds(requestTimeout).count());
     request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
     return request;
 }
@@ -111,7 +110,7 @@ AuthService::AuthService(Servers servers, KeychainService &keychain, UserDefault
     , m_defaults(defaults)
     , m_folders(folders)
     , m_endProcesses(std::move(endProcesses))
-    , m_session(requestTimeout)
+    , m_session({.silence = requestTimeout, .exchange = requestTimeout})
 {
     restore();
 }

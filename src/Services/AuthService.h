@@ -72,8 +72,8 @@ private:
     UserDefaults &m_defaults;
     const Folders &m_folders;
     const ProcessEnder m_endProcesses;
-    HTTPSession m_session;
     bool m_isLoggedIn = false;
     QString m_displayName;
     QString m_userId;
+    HTTPSession m_session;
 };

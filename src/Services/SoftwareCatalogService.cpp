@@ -5,6 +5,13 @@
 #include "Utilities/Log.h"
 
 #include <QFile>
+#include <QPointer>
+
+namespace {
+
+constexpr qsizetype bodyLimit = 32 * 1024 * 1024; // bytes
+
+} // namespace
 
 SoftwareCatalogService &SoftwareCatalogService::shared()
 {
@@ -20,14 +27,18 @@ SoftwareCatalogService::SoftwareCatalogService(APIService &api, const Bundle &bu
 
 QCoro::Task<SoftwareCatalog::Entries> SoftwareCatalogService::load()
 {
+    const QPointer self(this);
     if (auto entries = co_await loadFromServer())
         co_return std::move(*entries);
+    if (!self)
+        co_return {};
     co_return loadFromResource().value_or(SoftwareCatalog::defaultCatalog());
 }
 
 QCoro::Task<std::optional<SoftwareCatalog::Entries>> SoftwareCatalogService::loadFromServer()
 {
-    const auto response = co_await m_api.get(QStringLiteral("/software/catalog"), SoftwareCatalog::decodeEntries);
+    const auto response =
+        co_await m_api.get(QStringLiteral("/software/catalog"), SoftwareCatalog::decodeEntries, bodyLimit);
     if (!response) {
         Log::line(QStringLiteral("[Catalog] 服务端加载失败: ") + response.error().description());
         co_return std::nullopt;

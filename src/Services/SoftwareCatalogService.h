@@ -3,6 +3,7 @@
 #include "Models/SoftwareCatalog.h"
 
 #include <QCoroTask>
+#include <QObject>
 #include <optional>
 
 class APIService;
@@ -10,14 +11,15 @@ class Bundle;
 
 /// Brings the catalog: the account server's, else the one among the application's resources, else
 /// the built-in one.
-class SoftwareCatalogService
+class SoftwareCatalogService : public QObject
 {
 public:
     static SoftwareCatalogService &shared();
 
     SoftwareCatalogService(APIService &api, const Bundle &bundle);
 
-    /// Never fails; why a better source did not serve is at most a line in the log.
+    /// Never fails, but is empty when the service has gone meanwhile; why a better source did not serve is at most a
+    /// line in the log.
     QCoro::Task<SoftwareCatalog::Entries> load();
 
     /// The server's catalog; none when it is empty or cannot be had.

@@ -130,7 +130,7 @@ UpdateCheckService::UpdateCheckService(QString baseURL, const Bundle &bundle, En
     , m_baseURL(std::move(baseURL))
     , m_bundle(bundle)
     , m_environment(std::move(environment))
-    , m_session(60s)
+    , m_session(m_environment.checkLimits)
 {
 }
 
@@ -155,7 +155,6 @@ QCoro::Task<std::optional<AppVersionInfo>> UpdateCheckService::requestUpdate(qin
     if (!url.isValid())
         co_return std::nullopt;
     QNetworkRequest request(url);
-    request.setTransferTimeout(60'000);
     const auto headers = feeAuthHeaders();
     for (auto header = headers.begin(); header != headers.end(); ++header)
         request.setRawHeader(header.key(), header.value());
@@ -224,7 +223,10 @@ std::shared_ptr<DownloadTask> UpdateCheckService::downloadUpdate(const AppVersio
     }
     // The file holds a disk image; its name is that of every version.
     const QString destination = updatesFolder(m_environment.folders) + QStringLiteral("/update.zip");
-    const std::shared_ptr<DownloadTask> task(new DownloadTask(*url, destination),
+    const std::shared_ptr<DownloadTask> task(new DownloadTask({.url = *url,
+                                                               .destination = destination,
+                                                               .size = version.fileSize,
+                                                               .silence = m_environment.downloadSilence}),
                                              [](DownloadTask *finished) { finished->deleteLater(); });
     connect(task.get(), &DownloadTask::progressed, this, &UpdateCheckService::setDownloadProgress);
     connect(task.get(), &DownloadTask::progressed, task.get(), progress);

@@ -34,6 +34,9 @@ public:
         TimeSource now = QDateTime::currentDateTimeUtc;
         /// Ends the application once the swap waits for it.
         std::function<void()> quit;
+        HTTPSession::Limits checkLimits{.silence = std::chrono::seconds(30), .exchange = std::chrono::seconds(60)};
+        /// Longest wait for a download's next bytes.
+        std::chrono::milliseconds downloadSilence = std::chrono::seconds(60);
     };
 
     using ProgressHandler = std::function<void(double)>;
@@ -59,7 +62,7 @@ public:
 
     /// Downloads the update's disk image into the user's Application Support folder, in the place of the one
     /// before. `progress` gets the share from 0 to 1, as far as the server tells the length; `completion` the
-    /// file. Null, after the completion, when the address is none.
+    /// file, which is of the size that the version tells. Null, after the completion, when the address is none.
     std::shared_ptr<DownloadTask> downloadUpdate(const AppVersionInfo &version, ProgressHandler progress,
                                                  CompletionHandler completion);
 
@@ -96,9 +99,9 @@ private:
     const QString m_baseURL;
     const Bundle &m_bundle;
     const Environment m_environment;
-    HTTPSession m_session;
     int m_checks = 0;
     std::shared_ptr<DownloadTask> m_downloadTask; ///< the one begun last
     bool m_isDownloading = false;
     double m_downloadProgress = 0;
+    HTTPSession m_session;
 };

@@ -36,7 +36,7 @@ public:
     /// An exchange like the service's own, which began earlier and so has ended by then.
     void askServerToVerify() const
     {
-        HTTPSession session(std::chrono::seconds(5));
+        HTTPSession session({.silence = std::chrono::seconds(5), .exchange = std::chrono::seconds(5)});
         const QNetworkRequest request(QUrl(servers.accountOrigin + u"/auth/verify"_s));
         QVERIFY(QCoro::waitFor(session.send(request, "GET", {})));
     }

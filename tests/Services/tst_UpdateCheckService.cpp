@@ -9,9 +9,12 @@
 #include <QSignalSpy>
 #include <QTcpServer>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 const QString checkPath = QStringLiteral("/api/v1/update/check");
+const QString imagePath = QStringLiteral("/downloads/Vaelix.dmg");
 const QDateTime signingTime = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
 
 /// An update server on a free port and the service of a bundle of build 42 that asks it.
@@ -21,7 +24,10 @@ struct Fixture {
     Scratch scratch;
     UpdateCheckService service{origin + QStringLiteral("/api/v1"),
                                scratch.bundle,
-                               {.folders = scratch.folders, .now = [] { return signingTime; }}};
+                               {.folders = scratch.folders,
+                                .now = [] { return signingTime; },
+                                .checkLimits = {.silence = 10s, .exchange = 10s},
+                                .downloadSilence = 10s}};
     QByteArray log;
     const QByteArray image = QByteArray("0123456789").repeated(100'000);
     const QString downloaded = QStringLiteral(".local/share/Vaelix/Updates/update.zip");
@@ -45,6 +51,18 @@ struct Fixture {
         devserver::UpdateOffer offer{.delivery = delivery};
         QVERIFY(offer.setFile(scratch.path(QStringLiteral("image"))));
         server.state().update = offer;
+    }
+
+    /// How a download ends of an image that the server said to have so many bytes.
+    QString download(UpdateCheckService &asked, qint64 size = 0)
+    {
+        std::optional<DownloadOutcome> outcome;
+        const auto task = asked.downloadUpdate(
+            {.downloadURL = origin + imagePath, .fileSize = size}, [](double) {},
+            [&](const DownloadOutcome &file) { outcome = file; });
+        if (!QTest::qWaitFor([&] { return outcome.has_value(); }, 30'000))
+            return QStringLiteral("still under way");
+        return *outcome ? QStringLiteral("downloaded") : outcome->error().description;
     }
 
     std::optional<AppVersionInfo> check(UpdateCheckService &asked)
@@ -95,6 +113,10 @@ private Q_SLOTS:
     void checksThatOverlap();
     void downloadedImage_data();
     void downloadedImage();
+    void downloadFromAnotherServer();
+    void downloadThatIsRefused_data();
+    void downloadThatIsRefused();
+    void serverThatFallsSilent();
     void downloadThatCannotBeWritten();
     void cancelledDownload();
     void droppedDownload();
@@ -237,7 +259,7 @@ void tst_UpdateCheckService::serverThatCannotBeAsked()
     Fixture fixture;
     fixture.server.faults().set("GET", checkPath, {.drop = devserver::Drop::MidBody});
     QCOMPARE(fixture.outcome(), QStringLiteral("none"));
-    QVERIFY2(fixture.log.startsWith("⚠️ 检查更新失败: "), fixture.log.constData());
+    QCOMPARE(fixture.log, "⚠️ 检查更新失败: 服务器中断了连接\n");
 
     QTcpServer nobody;
     QVERIFY(nobody.listen(QHostAddress::LocalHost));
@@ -300,28 +322,74 @@ void tst_UpdateCheckService::downloadedImage()
     QCOMPARE(fixture.server.requests().last().header("X-Signature"), "");
 }
 
+void tst_UpdateCheckService::downloadFromAnotherServer()
+{
+    Fixture fixture;
+    Fixture other;
+    other.offerImage({});
+    const QByteArray location = (other.origin + imagePath).toLatin1();
+    fixture.server.faults().set("GET", imagePath, {.status = 302, .headers = {{"Location", location}}});
+    QCOMPARE(fixture.download(fixture.service, fixture.image.size()), QStringLiteral("downloaded"));
+    QVERIFY(fixture.scratch.read(fixture.downloaded) == fixture.image);
+    QCOMPARE(other.server.requests().size(), 1);
+}
+
+void tst_UpdateCheckService::downloadThatIsRefused_data()
+{
+    const auto row = columns<devserver::Fault, qint64, QString>("answer", "size", "reason");
+    constexpr qint64 endless = std::numeric_limits<qint64>::max();
+    const auto differs = [](const char *reason) {
+        return QStringLiteral("下载的文件与公布的大小不符：应为 1000 字节，") + QString::fromUtf8(reason);
+    };
+    // Of these only the beginning comes; what is wrong shows in it.
+    const auto announced = [](qint64 length) { return devserver::Fault{.status = 200, .body = "x", .length = length}; };
+    row("larger", announced(endless), 1000, differs("服务器提供 9223372036854775807 字节"));
+    row("smaller", announced(999), 1000, differs("服务器提供 999 字节"));
+    row("larger than said, unannounced", {.status = 200, .body = "x", .length = endless, .announcesLength = false},
+        1000, differs("收到的更多"));
+    row("smaller than said, unannounced", {.status = 200, .body = "x", .length = 999, .announcesLength = false}, 1000,
+        differs("只收到 999 字节"));
+    row("error without end", {.status = 404, .body = "x", .length = endless, .announcesLength = false}, 0,
+        QStringLiteral("服务器返回错误（HTTP 404）"));
+    row("redirection to nowhere", {.status = 302, .body = "x"}, 0, QStringLiteral("服务器返回错误（HTTP 302）"));
+}
+
+void tst_UpdateCheckService::downloadThatIsRefused()
+{
+    QFETCH(devserver::Fault, answer);
+    QFETCH(qint64, size);
+    Fixture fixture;
+    fixture.server.faults().set("GET", imagePath, answer);
+    QTEST(fixture.download(fixture.service, size), "reason");
+    const QDir folder(QFileInfo(fixture.scratch.path(fixture.downloaded)).path());
+    QTRY_COMPARE(folder.entryList(QDir::Files), QStringList());
+}
+
+void tst_UpdateCheckService::serverThatFallsSilent()
+{
+    Fixture fixture;
+    fixture.offerImage({.pieceSize = 1000, .pause = 10min});
+    fixture.server.faults().set("GET", checkPath, {.delay = 10min});
+    UpdateCheckService service(fixture.origin + QStringLiteral("/api/v1"), fixture.scratch.bundle,
+                               {.folders = fixture.scratch.folders,
+                                .checkLimits = {.silence = 200ms, .exchange = 10min},
+                                .downloadSilence = 200ms});
+    QVERIFY(!fixture.check(service));
+    QCOMPARE(fixture.log, "⚠️ 检查更新失败: 请求超时\n");
+    QCOMPARE(fixture.download(service), QStringLiteral("请求超时"));
+}
+
 void tst_UpdateCheckService::downloadThatCannotBeWritten()
 {
     Fixture fixture;
     fixture.offerImage({});
-    std::optional<DownloadOutcome> outcome;
-    const auto download = [&] {
-        outcome.reset();
-        fixture.service.downloadUpdate(
-            {.downloadURL = QStringLiteral("/downloads/Vaelix.dmg")}, [](double) {},
-            [&](const DownloadOutcome &file) { outcome = file; });
-    };
     QVERIFY(QDir().mkpath(fixture.scratch.path(fixture.downloaded) + QStringLiteral("/a folder in its place")));
-    download();
-    QTRY_VERIFY(outcome);
-    QVERIFY2(!*outcome && outcome->error().description.contains(QStringLiteral("该位置是一个文件夹")),
-             qPrintable(outcome->error().description));
+    QString reason = fixture.download(fixture.service);
+    QVERIFY2(reason.contains(QStringLiteral("该位置是一个文件夹")), qPrintable(reason));
     QVERIFY(QDir(fixture.scratch.folders.applicationSupport).removeRecursively());
     fixture.scratch.write(QStringLiteral(".local/share/Vaelix"), "a file where a folder should be");
-    download();
-    QTRY_VERIFY(outcome);
-    QVERIFY2(!*outcome && outcome->error().description.contains(QStringLiteral("路径中有一级不是文件夹")),
-             qPrintable(outcome->error().description));
+    reason = fixture.download(fixture.service);
+    QVERIFY2(reason.contains(QStringLiteral("路径中有一级不是文件夹")), qPrintable(reason));
     QVERIFY(!fixture.service.isDownloading());
 }
 
@@ -354,8 +422,8 @@ void tst_UpdateCheckService::droppedDownload()
     bool isUnderWay = false;
     bool isTold = false;
     {
-        const DownloadTask task(QUrl(fixture.origin + QStringLiteral("/downloads/Vaelix.dmg")),
-                                fixture.scratch.path(fixture.downloaded));
+        const DownloadTask task({.url = QUrl(fixture.origin + QStringLiteral("/downloads/Vaelix.dmg")),
+                                 .destination = fixture.scratch.path(fixture.downloaded)});
         connect(&task, &DownloadTask::completed, this, [&] { isTold = true; });
         connect(&task, &DownloadTask::progressed, this, [&] { isUnderWay = true; });
         QTRY_VERIFY(isUnderWay);
