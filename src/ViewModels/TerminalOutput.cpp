@@ -4,6 +4,8 @@
 
 #include <QRegularExpression>
 #include <QString>
+#include <ranges>
+#include <vector>
 
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
@@ -16,6 +18,8 @@ constexpr auto refreshInterval = 16ms;
 constexpr qsizetype shownCharacters = 6000;
 constexpr qsizetype progressScanCharacters = 400;
 constexpr qsizetype completionScanCharacters = 100;
+/// Room for the characters that are scanned, all but the longest.
+constexpr qsizetype scannedBytes = 16 * progressScanCharacters;
 
 /// The last this many bytes hold `shownCharacters` of Chinese text; a text of longer characters, or of
 /// many colours, is decoded anew with more.
@@ -35,6 +39,49 @@ QByteArrayView lastBytes(QByteArrayView utf8, qsizetype size)
     while ((uchar(end.front()) & 0xC0) == 0x80)
         end = end.sliced(1);
     return end;
+}
+
+/// What is left of a line whose every carriage return starts it anew, apart from those that end it.
+QByteArrayView withoutOverwritten(QByteArrayView line)
+{
+    const qsizetype feed = line.endsWith('\n') ? 1 : 0;
+    qsizetype end = line.size() - feed;
+    while (end > 0 && line[end - 1] == '\r')
+        --end;
+    return line.first(end).sliced(line.first(end).lastIndexOf('\r') + 1);
+}
+
+/// The end of a text as a terminal would show it.
+struct ShownEnd {
+    QByteArray utf8;
+    bool isWhole; ///< nothing stands before it
+};
+
+/// About `size` bytes, if there are as many. Looks no further back than it must.
+ShownEnd shownEnd(QByteArrayView text, qsizetype size)
+{
+    const QByteArrayView end = lastBytes(text, size);
+    if (!end.contains('\r'))
+        return {end.toByteArray(), end.size() == text.size()};
+    std::vector<QByteArrayView> pieces;
+    bool isWhole = false;
+    qsizetype left = size;
+    qsizetype lineEnd = text.size();
+    while (lineEnd > 0 && left > 0) {
+        // The line feed that ends this line is not the one that is looked for.
+        const qsizetype lineStart = text.first(lineEnd - 1).lastIndexOf('\n') + 1;
+        const QByteArrayView line = withoutOverwritten(text.sliced(lineStart, lineEnd - lineStart));
+        if (text[lineEnd - 1] == '\n')
+            pieces.push_back("\n");
+        pieces.push_back(lastBytes(line, left));
+        isWhole = lineStart == 0 && line.size() <= left;
+        left -= line.size() + 1;
+        lineEnd = lineStart;
+    }
+    QByteArray utf8;
+    for (const QByteArrayView piece : pieces | std::views::reverse)
+        utf8.append(piece);
+    return {utf8, isWhole};
 }
 
 /// `text` without the escape sequences that colour a terminal.
@@ -118,15 +165,16 @@ void TerminalOutput::refresh()
     QStringView shown;
     bool isWhole = false;
     for (qsizetype size = decodedBytes;; size *= 4) {
-        const QByteArrayView bytes = lastBytes(m_text, size);
-        end = withoutEscapes(QString::fromUtf8(bytes));
+        const ShownEnd bytes = shownEnd(m_text, size);
+        end = withoutEscapes(QString::fromUtf8(bytes.utf8));
         shown = lastCharacters(end, shownCharacters);
-        isWhole = bytes.size() == m_text.size();
+        isWhole = bytes.isWhole;
         if (isWhole || shown.size() < end.size())
             break;
     }
     isWhole = isWhole && shown.size() == end.size();
     m_displayText = isWhole ? end : QStringLiteral("...\n") + shown.toString();
-    m_progress = curlProgress(shown);
+    // As it came: what a redrawn line said before is a part of it.
+    m_progress = curlProgress(withoutEscapes(QString::fromUtf8(lastBytes(m_text, scannedBytes))));
     Q_EMIT shownChanged();
 }

@@ -28,8 +28,8 @@ public:
     const QByteArray &text() const { return m_text; }
     bool isEmpty() const { return m_text.isEmpty(); }
 
-    /// Without colour escapes: the last 6000 characters, after "...\n" when that is not all; "等待输出..." when there
-    /// is none.
+    /// Without colour escapes, each line from its last carriage return on: the last 6000 characters, after "...\n" when
+    /// that is not all; "等待输出..." when there is none.
     const QString &displayText() const { return m_displayText; }
     /// A download is under way whose fraction curl's meter tells.
     bool hasProgress() const { return m_progress.has_value(); }

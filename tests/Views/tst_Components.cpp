@@ -52,6 +52,8 @@ void tst_Components::theDocumentHoldsTheLastText_data()
     row("emptied", QStringList{u"...\nabc"_s, u""_s, u"x"_s}, u"x"_s);
     row("started anew", QStringList{u"...\nabc"_s, u"abc"_s}, u"abc"_s);
     row("carriage returns", QStringList{u"1%\r"_s, u"1%\r2%\r\n"_s, u"2%\r\n3%\r"_s}, u"2%\n3%\n"_s);
+    row("the last line written anew", QStringList{u"one\n 1%"_s, u"one\n 2%"_s, u"...\ne\n 3%"_s}, u"...\ne\n 3%"_s);
+    row("and shorter", QStringList{u"one\ntwo"_s, u"one\n"_s}, u"one\n"_s);
     row("paragraph marks", QStringList{u"a\u2029b"_s, u"a\u2029b\uFDD0c"_s}, u"a\nb\nc"_s);
     row("pairs", QStringList{u"😀😀"_s, u"😀✅"_s}, u"😀✅"_s);
 }
@@ -89,6 +91,12 @@ void tst_Components::anUpdateLeavesTheKeptLinesAlone()
         touched += change.at(1).toInt() + change.at(2).toInt();
     QVERIFY2(touched < 100, qPrintable(QString::number(touched)));
     QCOMPARE(updates.at(0).at(0).toReal(), 32.0); // two lines of 16 went away
+    changes.clear();
+    document.setText(document.property("text").toString() + u" 1%"_s);
+    document.setText(document.property("text").toString().replace(u" 1%"_s, u" 2%"_s));
+    for (const auto &change : std::as_const(changes))
+        touched += change.at(1).toInt() + change.at(2).toInt();
+    QVERIFY2(touched < 100, qPrintable(QString::number(touched)));
     for (QTextBlock block = edited->begin(); block.isValid(); block = block.next())
         QCOMPARE(block.blockFormat().lineHeight(), 16.0);
 }

@@ -23,11 +23,18 @@ QString withPlainLineEnds(QString text)
     return text;
 }
 
-/// The length of the longest beginning of `next` that ends `previous`, by Knuth, Morris and Pratt.
-qsizetype overlap(QStringView previous, QStringView next)
+/// What one text has in common with the one that follows it.
+struct Overlap {
+    qsizetype length = 0;
+    qsizetype end = 0; ///< where it ends in the former text, which may have changed behind that
+};
+
+/// The longest beginning of `next` that ends `previous`, with or without its last line, which may have been written
+/// anew; by Knuth, Morris and Pratt.
+Overlap overlap(QStringView previous, QStringView next)
 {
     if (next.isEmpty())
-        return 0;
+        return {};
     std::vector<qsizetype> borders(size_t(next.size()) + 1, 0);
     qsizetype length = 0;
     for (qsizetype i = 1; i < next.size(); ++i) {
@@ -37,12 +44,15 @@ qsizetype overlap(QStringView previous, QStringView next)
         borders[size_t(i) + 1] = length;
     }
     length = 0;
-    for (const QChar character : previous) {
-        while (length == next.size() || (length > 0 && character != next[length]))
+    Overlap lines;
+    for (qsizetype i = 0; i < previous.size(); ++i) {
+        while (length == next.size() || (length > 0 && previous[i] != next[length]))
             length = borders[size_t(length)];
-        length += character == next[length];
+        length += previous[i] == next[length];
+        if (previous[i] == u'\n')
+            lines = {length, i + 1};
     }
-    return length;
+    return length < lines.length ? lines : Overlap{length, previous.size()};
 }
 
 qreal top(const QTextDocument &document, int position)
@@ -85,8 +95,8 @@ void TerminalDocument::update()
     const QStringView mark = QStringView(next).startsWith(omission) ? QStringView(omission) : QStringView();
     const QStringView body = QStringView(next).sliced(mark.size());
     const qsizetype oldMark = QStringView(m_shown).startsWith(omission) ? omission.size() : 0;
-    const qsizetype kept = overlap(QStringView(m_shown).sliced(oldMark), body);
-    const int keptStart = int(m_shown.size() - kept);
+    const auto [kept, end] = overlap(QStringView(m_shown).sliced(oldMark), body);
+    const int keptStart = int(oldMark + end - kept);
     const qreal removedHeight = kept > 0 ? top(*document(), keptStart) - top(*document(), int(oldMark)) : 0;
 
     // Not one edit block: the document lays out anew everything between its first and last change.
@@ -94,7 +104,8 @@ void TerminalDocument::update()
     if (kept == 0) {
         replaceAll(cursor, next);
     } else {
-        cursor.movePosition(QTextCursor::End);
+        cursor.setPosition(int(oldMark + end));
+        cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
         cursor.insertText(body.sliced(kept).toString());
         cursor.setPosition(int(std::min(oldMark, mark.size())));
         cursor.setPosition(keptStart, QTextCursor::KeepAnchor);
