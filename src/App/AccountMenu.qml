@@ -17,9 +17,7 @@ Item {
     Accessible.role: Accessible.ButtonMenu
     Accessible.onPressAction: openAtFirstItem()
     Keys.onDownPressed: openAtFirstItem()
-    Keys.onEnterPressed: openAtFirstItem()
-    Keys.onReturnPressed: openAtFirstItem()
-    Keys.onSpacePressed: openAtFirstItem()
+    ButtonKeys.onPressed: openAtFirstItem()
     Keys.onUpPressed: openAtFirstItem()
 
     function toggleMenu() {
@@ -47,7 +45,7 @@ Item {
     }
     TapHandler {
         gesturePolicy: TapHandler.ReleaseWithinBounds
-        onTapped: account.toggleMenu()
+        onSingleTapped: account.toggleMenu()
     }
     SymbolImage {
         id: person

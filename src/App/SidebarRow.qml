@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// One section in the sidebar.
 Item {
@@ -17,9 +18,7 @@ Item {
     Accessible.selectable: true
     Accessible.selected: isSelected
     Accessible.onPressAction: clicked()
-    Keys.onEnterPressed: clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onSpacePressed: clicked()
+    ButtonKeys.onPressed: clicked()
 
     Rectangle {
         id: ground

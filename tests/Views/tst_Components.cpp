@@ -5,6 +5,7 @@
 
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QQuickWindow>
 #include <QSignalSpy>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -20,11 +21,16 @@ private Q_SLOTS:
     void theDocumentHoldsTheLastText_data();
     void theDocumentHoldsTheLastText();
     void anUpdateLeavesTheKeptLinesAlone();
+    void aButtonIsPressedOnceHoweverLongItIsHeld_data();
+    void aButtonIsPressedOnceHoweverLongItIsHeld();
+    void aDoubleClickIsOneClick_data();
+    void aDoubleClickIsOneClick();
     void symbolsAreDrawnInTheColourAndSizeAsked_data();
     void symbolsAreDrawnInTheColourAndSizeAsked();
 
 private:
     std::unique_ptr<QObject> makeTextEdit();
+    std::unique_ptr<QQuickWindow> showButton(const QByteArray &button);
 
     QQmlEngine m_engine;
 };
@@ -99,6 +105,78 @@ void tst_Components::anUpdateLeavesTheKeptLinesAlone()
     QVERIFY2(touched < 100, qPrintable(QString::number(touched)));
     for (QTextBlock block = edited->begin(); block.isValid(); block = block.next())
         QCOMPARE(block.blockFormat().lineHeight(), 16.0);
+}
+
+/// A window with the button, which has the focus; the window counts its presses.
+std::unique_ptr<QQuickWindow> tst_Components::showButton(const QByteArray &button)
+{
+    QQmlComponent component(&m_engine);
+    component.setData("import QtQuick\nimport Vaelix\nWindow {\nid: window\nproperty int presses: 0\n"
+                      "width: 200; height: 100; visible: true\n"
+                          + button.chopped(1)
+                          + "\nfocus: true; width: 100; height: 30; onClicked: ++window.presses } }",
+                      {});
+    std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow *>(component.create()));
+    if (!window)
+        qFatal("%s", qPrintable(component.errorString()));
+    window->requestActivate();
+    if (!QTest::qWaitForWindowActive(window.get()))
+        qFatal("The window does not become active");
+    return window;
+}
+
+void tst_Components::aButtonIsPressedOnceHoweverLongItIsHeld_data()
+{
+    const auto row = columns<QByteArray, Qt::Key>("button", "key");
+    const std::initializer_list<std::pair<QByteArray, QByteArray>> buttons{
+        {"push", "PushButton { text: 'x' }"},
+        {"borderless", "BorderlessButton { text: 'x' }"},
+        {"icon", "IconButton { text: 'x'; symbol: 'xmark' }"},
+        {"menu", "MenuRow { text: 'x'; symbol: 'xmark' }"},
+        {"chip", "CategoryChip { text: 'x'; isSelected: false }"},
+        {"segment", "Segment { text: 'x'; isSelected: false }"},
+        {"sidebar", "SidebarRow { isSelected: false; item: NavigationItem { title: 'x'; symbol: 'cpu'; screen: '' } }"},
+    };
+    for (const auto &[name, button] : buttons) {
+        row((name + ", Return").constData(), button, Qt::Key_Return);
+        row((name + ", Enter").constData(), button, Qt::Key_Enter);
+        row((name + ", Space").constData(), button, Qt::Key_Space);
+    }
+}
+
+void tst_Components::aButtonIsPressedOnceHoweverLongItIsHeld()
+{
+    QFETCH(QByteArray, button);
+    QFETCH(Qt::Key, key);
+    const auto window = showButton(button);
+    QTest::keyPress(window.get(), key);
+    for (int repeat = 0; repeat < 10; ++repeat)
+        for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+            QKeyEvent held(type, key, Qt::NoModifier, {}, true);
+            QCoreApplication::sendEvent(window.get(), &held);
+        }
+    QTest::keyRelease(window.get(), key);
+    QCOMPARE(window->property("presses"), 1);
+    QTest::keyClick(window.get(), key);
+    QCOMPARE(window->property("presses"), 2);
+}
+
+void tst_Components::aDoubleClickIsOneClick_data()
+{
+    const auto row = columns<QByteArray>("button");
+    row("push", "PushButton { text: 'x' }");
+    row("borderless", "BorderlessButton { text: 'x' }");
+    row("icon", "IconButton { text: 'x'; symbol: 'xmark' }");
+}
+
+void tst_Components::aDoubleClickIsOneClick()
+{
+    QFETCH(QByteArray, button);
+    const auto window = showButton(button);
+    QTest::mouseDClick(window.get(), Qt::LeftButton, {}, {20, 15});
+    QCOMPARE(window->property("presses"), 1);
+    QTest::mouseClick(window.get(), Qt::LeftButton, {}, {20, 15});
+    QCOMPARE(window->property("presses"), 2);
 }
 
 void tst_Components::symbolsAreDrawnInTheColourAndSizeAsked_data()

@@ -54,6 +54,7 @@ private Q_SLOTS:
     void noticesSayWhatTheyShould_data();
     void noticesSayWhatTheyShould();
     void removingAsksFirst();
+    void aHeldKeyDoesNotAnswerWhatItAsked();
     void aSwitchedAccountIsToldOnce();
     void searchAndChipsFilterTheList();
     void theKeyboardMovesTheSelection();
@@ -201,6 +202,26 @@ void tst_SoftwareScreens::removingAsksFirst()
     m_screens->press(Qt::Key_Return);
     QTRY_COMPARE(tool->status(), SoftwareStatus::NotInstalled);
     QTRY_VERIFY(m_screens->viewModel.terminalOutput()->text().contains("已移除"));
+}
+
+void tst_SoftwareScreens::aHeldKeyDoesNotAnswerWhatItAsked()
+{
+    m_screens->openSoftware(entries());
+    m_screens->select(u"TOOL"_s);
+    m_screens->setStatus(u"tool"_s, SoftwareStatus::Installed);
+    QQuickItem *const installed = m_screens->button(u"已安装"_s);
+    installed->forceActiveFocus(Qt::TabFocusReason);
+    QTest::keyPress(m_screens->window, Qt::Key_Return);
+    QTRY_VERIFY(m_screens->window->activeFocusItem() != installed);
+    m_screens->settle();
+    const auto questions = m_screens->elements(QAccessible::AlertMessage);
+    QCOMPARE(questions.size(), 1);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, true);
+    QCoreApplication::sendEvent(m_screens->window, &held);
+    m_screens->settle();
+    QCOMPARE(m_screens->elements(QAccessible::AlertMessage), questions);
+    m_screens->press(Qt::Key_Return);
+    QTRY_VERIFY(m_screens->elements(QAccessible::AlertMessage).isEmpty());
 }
 
 void tst_SoftwareScreens::aSwitchedAccountIsToldOnce()

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// A button without a frame, for what is beside the main action.
 T.Button {
@@ -11,8 +12,9 @@ T.Button {
     implicitHeight: Theme.controlHeight
     Accessible.name: text
     Accessible.role: Accessible.Button
-    Keys.onEnterPressed: button.clicked()
-    Keys.onReturnPressed: button.clicked()
+    ButtonKeys.onPressed: button.clicked()
+    // Where it is handled, the second click of a double one is no click.
+    onDoubleClicked: {}
 
     contentItem: ButtonContent {
         color: Theme.accent

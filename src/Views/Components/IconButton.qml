@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// A plain button of an icon alone; its text is the help shown on hover and read aloud. Made of plain
 /// items, as it stands in the first frame: controls take memory and time to load.
@@ -21,9 +22,7 @@ Item {
     Accessible.name: text
     Accessible.role: Accessible.Button
     Accessible.onPressAction: button.clicked()
-    Keys.onEnterPressed: button.clicked()
-    Keys.onReturnPressed: button.clicked()
-    Keys.onSpacePressed: button.clicked()
+    ButtonKeys.onPressed: button.clicked()
 
     Rectangle {
         id: ground
@@ -48,7 +47,7 @@ Item {
         id: tap
 
         gesturePolicy: TapHandler.ReleaseWithinBounds
-        onTapped: button.clicked()
+        onSingleTapped: button.clicked()
     }
     SymbolImage {
         anchors.centerIn: parent

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// One item of a PopupMenu.
 T.MenuItem {
@@ -14,8 +15,7 @@ T.MenuItem {
     leftPadding: Theme.spacingS
     rightPadding: Theme.spacingS
     Accessible.name: text
-    Keys.onEnterPressed: row.clicked()
-    Keys.onReturnPressed: row.clicked()
+    ButtonKeys.onPressed: row.clicked()
 
     contentItem: Row {
         spacing: Theme.spacingS

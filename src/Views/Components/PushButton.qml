@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// A bordered button; the prominent one is filled with the accent colour and marks the main action.
 T.Button {
@@ -19,8 +20,9 @@ T.Button {
 
     Accessible.name: text
     Accessible.role: Accessible.Button
-    Keys.onEnterPressed: button.clicked()
-    Keys.onReturnPressed: button.clicked()
+    ButtonKeys.onPressed: button.clicked()
+    // Where it is handled, the second click of a double one is no click.
+    onDoubleClicked: {}
 
     contentItem: ButtonContent {
         color: button.foreground

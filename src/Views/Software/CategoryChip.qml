@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// One choice of the category filter.
 T.RadioButton {
@@ -11,8 +12,7 @@ T.RadioButton {
     implicitHeight: 24
     checked: isSelected
     Accessible.name: text
-    Keys.onEnterPressed: chip.clicked()
-    Keys.onReturnPressed: chip.clicked()
+    ButtonKeys.onPressed: chip.clicked()
 
     contentItem: Label {
         color: chip.isSelected ? Theme.accentedText : Theme.text

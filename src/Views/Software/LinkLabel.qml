@@ -1,4 +1,5 @@
 import QtQuick
+import Vaelix
 
 /// An address that opens in the default browser.
 Item {
@@ -12,9 +13,7 @@ Item {
     Accessible.name: address
     Accessible.role: Accessible.Link
     Accessible.onPressAction: open()
-    Keys.onEnterPressed: open()
-    Keys.onReturnPressed: open()
-    Keys.onSpacePressed: open()
+    ButtonKeys.onPressed: open()
 
     function open() {
         Qt.openUrlExternally(address);
@@ -33,7 +32,7 @@ Item {
     }
     TapHandler {
         gesturePolicy: TapHandler.ReleaseWithinBounds
-        onTapped: link.open()
+        onSingleTapped: link.open()
     }
     Label {
         id: label

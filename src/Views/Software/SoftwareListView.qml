@@ -16,6 +16,7 @@ FocusScope {
     }
     Shortcut {
         enabled: section.visible && !section.viewModel.isLoading && !section.viewModel.isOperating
+        autoRepeat: false
         sequences: ["F5", "Ctrl+R"]
         onActivated: section.viewModel.loadData()
     }

@@ -15,8 +15,7 @@ T.RadioButton {
     Accessible.description: tokenPackage.packageDescription
     Accessible.name: tokenPackage.name + "，" + tokenPackage.formattedTokenCount + " Token，" + tokenPackage.formattedPrice
     Accessible.role: Accessible.RadioButton
-    Keys.onEnterPressed: card.clicked()
-    Keys.onReturnPressed: card.clicked()
+    ButtonKeys.onPressed: card.clicked()
 
     background: Rectangle {
         border.color: card.isSelected ? Theme.accent : Theme.outline

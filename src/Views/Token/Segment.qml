@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vaelix
 
 /// One of the choices of a SegmentedPicker.
 T.RadioButton {
@@ -11,8 +12,7 @@ T.RadioButton {
     checked: isSelected
     Accessible.name: text
     Accessible.role: Accessible.RadioButton
-    Keys.onEnterPressed: segment.clicked()
-    Keys.onReturnPressed: segment.clicked()
+    ButtonKeys.onPressed: segment.clicked()
 
     contentItem: Label {
         color: segment.isSelected ? Theme.text : Theme.secondaryText

@@ -21,6 +21,7 @@ FocusScope {
 
     Shortcut {
         enabled: overview.visible
+        autoRepeat: false
         sequences: ["F5", "Ctrl+R"]
         onActivated: overview.load()
     }
