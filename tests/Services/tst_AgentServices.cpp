@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -43,7 +42,6 @@ private Q_SLOTS:
     void openClawWeChat_data();
     void openClawWeChat();
     void openClawQQ();
-    void writingReplacesWhatStandsThere();
     void failedWriteIsTold();
     void hermesQuestions_data();
     void hermesQuestions();
@@ -140,26 +138,6 @@ void tst_AgentServices::openClawQQ()
         scratch.write(name, {});
         QVERIFY(service.isQQBotConnected());
     }
-}
-
-void tst_AgentServices::writingReplacesWhatStandsThere()
-{
-    const Scratch scratch;
-    const OpenClawService service(scratch.folders);
-    scratch.write(u"elsewhere.json"_s, "precious");
-    QVERIFY(QDir(scratch.home.path()).mkdir(u".openclaw"_s));
-    QVERIFY(QFile::link(scratch.path(u"elsewhere.json"_s), scratch.path(u".openclaw/config.json"_s)));
-    QVERIFY(service.writeConfig({}));
-    QCOMPARE(scratch.read(u"elsewhere.json"_s), QByteArray("precious"));
-    QVERIFY(!QFileInfo(scratch.path(u".openclaw/config.json"_s)).isSymLink());
-
-    const QByteArray file = QFile::encodeName(scratch.path(u".openclaw/exec-approvals.json"_s));
-    scratch.write(u".openclaw/exec-approvals.json"_s, "{}");
-    QCOMPARE(::chmod(file, 0640), 0);
-    QVERIFY(service.disableApprovals());
-    struct stat status{};
-    QCOMPARE(::stat(file, &status), 0);
-    QCOMPARE(status.st_mode & 07777, mode_t(0640));
 }
 
 void tst_AgentServices::failedWriteIsTold()
