@@ -27,7 +27,8 @@ const Folders &Folders::user()
     static const Folders folders = [] {
         const Folders defaults = under(passwdHome());
         return Folders{defaults.home, xdgFolder("XDG_DATA_HOME", defaults.applicationSupport),
-                       xdgFolder("XDG_CONFIG_HOME", defaults.configuration), QDir::tempPath()};
+                       xdgFolder("XDG_CONFIG_HOME", defaults.configuration), QDir::tempPath(),
+                       xdgFolder("XDG_STATE_HOME", defaults.state)};
     }();
     return folders;
 }
@@ -35,5 +36,5 @@ const Folders &Folders::user()
 Folders Folders::under(const QString &root)
 {
     return {root, root + QStringLiteral("/.local/share"), root + QStringLiteral("/.config"),
-            root + QStringLiteral("/tmp")};
+            root + QStringLiteral("/tmp"), root + QStringLiteral("/.local/state")};
 }

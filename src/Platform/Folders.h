@@ -9,6 +9,7 @@ struct Folders {
     QString applicationSupport; ///< $XDG_DATA_HOME or ~/.local/share
     QString configuration; ///< $XDG_CONFIG_HOME or ~/.config
     QString temporary;
+    QString state; ///< $XDG_STATE_HOME or ~/.local/state
 
     /// Those of the user who runs the process, read once.
     static const Folders &user();
