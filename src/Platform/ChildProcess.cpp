@@ -16,6 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int pipeCapacity = 1024 * 1024;
+constexpr int beginningDescriptor = STDERR_FILENO + 1;
 constexpr auto terminationGrace = 700ms;
 
 std::error_code systemError(int number)
@@ -44,7 +45,8 @@ std::expected<Pipe, std::error_code> makePipe()
 class SpawnPlan
 {
 public:
-    SpawnPlan(const Pipe &output, const Pipe &error)
+    /// `beginning` is a pipe without ends where the child is not to tell that it begins.
+    SpawnPlan(const Pipe &output, const Pipe &error, const Pipe &beginning)
     {
         sigset_t none;
         sigset_t all;
@@ -57,7 +59,9 @@ public:
         posix_spawn_file_actions_init(&m_actions);
         posix_spawn_file_actions_adddup2(&m_actions, output.writingEnd.get(), STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&m_actions, error.writingEnd.get(), STDERR_FILENO);
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
+        if (beginning.writingEnd)
+            posix_spawn_file_actions_adddup2(&m_actions, beginning.writingEnd.get(), beginningDescriptor);
+        posix_spawn_file_actions_addclosefrom_np(&m_actions, beginningDescriptor + (beginning.writingEnd ? 1 : 0));
     }
     SpawnPlan(const SpawnPlan &) = delete;
     SpawnPlan &operator=(const SpawnPlan &) = delete;
@@ -106,7 +110,13 @@ std::expected<std::shared_ptr<ChildProcess>, std::error_code> ChildProcess::star
     if (!errorPipe)
         return std::unexpected(errorPipe.error());
 
-    const auto pid = SpawnPlan(*outputPipe, *errorPipe).run(command);
+    std::expected<Pipe, std::error_code> beginningPipe;
+    if (command.tellsBeginning)
+        beginningPipe = makePipe();
+    if (!beginningPipe)
+        return std::unexpected(beginningPipe.error());
+
+    const auto pid = SpawnPlan(*outputPipe, *errorPipe, *beginningPipe).run(command);
     if (!pid)
         return std::unexpected(pid.error());
     FileDescriptor exitHandle(pidfd_open(*pid, 0));
@@ -121,6 +131,8 @@ std::expected<std::shared_ptr<ChildProcess>, std::error_code> ChildProcess::star
     std::shared_ptr<ChildProcess> child(new ChildProcess(*pid, std::move(exitHandle), ending),
                                         [](ChildProcess *object) { object->deleteLater(); });
     child->read(std::move(outputPipe->readingEnd), output, std::move(errorPipe->readingEnd), error);
+    if (beginningPipe->readingEnd)
+        child->watchBeginning(std::move(beginningPipe->readingEnd));
     return child;
 }
 
@@ -130,7 +142,7 @@ ChildProcess::ChildProcess(pid_t pid, FileDescriptor exitHandle, Ending ending)
     , m_exitNotifier(m_exitHandle.get(), QSocketNotifier::Read)
     , m_ending(ending)
 {
-    connect(&m_exitNotifier, &QSocketNotifier::activated, this, &ChildProcess::reap);
+    connect(&m_exitNotifier, &QSocketNotifier::activated, this, &ChildProcess::noteExit);
 }
 
 ChildProcess::~ChildProcess()
@@ -156,18 +168,55 @@ void ChildProcess::read(FileDescriptor outputPipe, PipeSink &output, FileDescrip
     connect(m_error.get(), &PipeReader::ended, this, &ChildProcess::finishIfOver);
 }
 
-void ChildProcess::reap()
+void ChildProcess::watchBeginning(FileDescriptor pipe)
+{
+    m_hasBegun = false;
+    m_beginning = std::move(pipe);
+    m_beginningNotifier = std::make_unique<QSocketNotifier>(m_beginning.get(), QSocketNotifier::Read);
+    connect(m_beginningNotifier.get(), &QSocketNotifier::activated, this, &ChildProcess::readBeginning);
+}
+
+void ChildProcess::readBeginning()
+{
+    char sign = 0;
+    const ssize_t count = m_beginning ? ::read(m_beginning.get(), &sign, 1) : -1;
+    if (count < 0)
+        return;
+    m_beginningNotifier->setEnabled(false);
+    m_beginning = FileDescriptor();
+    m_hasBegun = count > 0;
+    if (m_hasBegun)
+        Q_EMIT begun();
+    else
+        Q_EMIT beginningLost();
+}
+
+void ChildProcess::noteExit()
 {
     m_exitNotifier.setEnabled(false);
+    m_hasExited = true;
+    readBeginning();
+    // What has left the session may hold the pipes of one that was terminated for ever.
+    if (m_ending != Ending::AtEndOfFile || m_wasTerminated) {
+        m_output->drainAndClose();
+        m_error->drainAndClose();
+    }
+    if (m_ending != Ending::WithSession) {
+        reap();
+        finishIfOver();
+    } else if (!m_isTerminating) {
+        endSession();
+    }
+}
+
+void ChildProcess::reap()
+{
+    if (m_exitCode)
+        return;
     siginfo_t info{};
     ::waitid(P_PIDFD, id_t(m_exitHandle.get()), &info, WEXITED);
     m_exitHandle = FileDescriptor();
     m_exitCode = info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status;
-    if (m_ending == Ending::AtExit) {
-        m_output->drainAndClose();
-        m_error->drainAndClose();
-    }
-    finishIfOver();
 }
 
 void ChildProcess::finishIfOver()
@@ -178,8 +227,16 @@ void ChildProcess::finishIfOver()
 
 void ChildProcess::terminate()
 {
-    if (!m_exitCode && !m_isTerminating)
-        endSession();
+    if (m_hasExited || m_isTerminating)
+        return;
+    m_wasTerminated = true;
+    endSession();
+}
+
+void ChildProcess::kill()
+{
+    if (!m_hasExited)
+        ProcessSession::kill(m_pid);
 }
 
 QCoro::Task<> ChildProcess::endSession()
@@ -190,5 +247,9 @@ QCoro::Task<> ChildProcess::endSession()
     if (!self)
         co_return;
     m_isTerminating = false;
+    if (!m_hasExited)
+        co_return;
+    // Not before: until it is reaped, its number stands for its session and nobody else's.
+    reap();
     finishIfOver();
 }

@@ -2,6 +2,7 @@
 
 #include "Utilities/UTF8Stream.h"
 
+#include <algorithm>
 #include <simdjson.h>
 #include <sys/mman.h>
 
@@ -21,7 +22,7 @@ void CollectedText::Unmap::operator()(char *mapping) const
 QByteArrayView CollectedText::utf8() const
 {
     // What is not validated at the end is a character cut off.
-    return m_isValid && m_validated == m_size ? QByteArrayView(m_mapping.get(), m_size).trimmed() : QByteArrayView();
+    return QByteArrayView(m_mapping.get(), m_validated).trimmed();
 }
 
 std::span<char> CollectedText::room()
@@ -35,16 +36,19 @@ std::span<char> CollectedText::room()
 
 void CollectedText::received(qsizetype count)
 {
-    if (!m_isValid)
-        return;
     m_size += count;
     // Validated now, while the processor's cache still holds it.
-    const std::string_view piece(m_mapping.get() + m_validated, size_t(m_size - m_validated));
-    const std::size_t whole = wholeCharactersLength(piece);
-    m_isValid = simdjson::validate_utf8(piece.data(), whole);
-    m_validated += qsizetype(whole);
-    if (!m_isValid)
-        m_size = 0;
+    const std::span piece(m_mapping.get() + m_validated, size_t(m_size - m_validated));
+    const std::size_t whole = wholeCharactersLength({piece.data(), piece.size()});
+    if (simdjson::validate_utf8(piece.data(), whole)) {
+        m_validated += qsizetype(whole);
+        return;
+    }
+    const std::size_t kept = keepValidCharacters(piece.first(whole));
+    const auto rest = piece.subspan(whole);
+    std::ranges::copy(rest, piece.begin() + qsizetype(kept));
+    m_validated += qsizetype(kept);
+    m_size = m_validated + qsizetype(rest.size());
 }
 
 void CollectedText::populate()

@@ -11,7 +11,7 @@
 class CollectedText : public PipeSink
 {
 public:
-    /// UTF-8 without the white space around it, as long as this lives; empty when the bytes are not UTF-8.
+    /// UTF-8 without the white space around it, as long as this lives. Bytes that are not UTF-8 are left out.
     QByteArrayView utf8() const;
 
     bool isEmpty() const { return utf8().isEmpty(); }
@@ -33,5 +33,4 @@ private:
     qsizetype m_size = 0;
     qsizetype m_populated = 0; ///< up to here, writing needs no page, or only the first small ones
     qsizetype m_validated = 0;
-    bool m_isValid = true; ///< once false, the bytes are read and forgotten
 };

@@ -84,3 +84,8 @@ QCoro::Task<> ProcessSession::terminate(pid_t session, std::chrono::milliseconds
     if (anyAlive(members))
         signalSession(session, SIGKILL);
 }
+
+void ProcessSession::kill(pid_t session)
+{
+    signalSession(session, SIGKILL);
+}

@@ -13,4 +13,7 @@ namespace ProcessSession {
 /// alive in the session are ever signalled.
 QCoro::Task<> terminate(pid_t session, std::chrono::milliseconds grace);
 
+/// Kills every process of the session at once. The leader must not have been reaped.
+void kill(pid_t session);
+
 } // namespace ProcessSession

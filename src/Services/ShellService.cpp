@@ -6,9 +6,12 @@
 
 #include <QCoroSignal>
 #include <QFile>
+#include <QTimer>
 #include <algorithm>
 #include <array>
 #include <unistd.h>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -58,14 +61,70 @@ QString objection(const QByteArray &commandLine, const ShellService::Environment
 {
     if (commandLine.contains('\0'))
         return QStringLiteral("无法执行命令：命令行中含有空字符");
-    if (commandLine.startsWith('-'))
-        return QStringLiteral("无法执行命令：命令行不能以“-”开头");
+    // zsh would take either for options of its own.
+    if (commandLine.startsWith('-') || commandLine.startsWith('+'))
+        return QStringLiteral("无法执行命令：命令行不能以“%1”开头").arg(QLatin1Char(commandLine.front()));
     if (settingOf(variables).size() + commandLine.size() > longestCommandLine)
         return QStringLiteral("无法执行命令：命令行过长（超过 128 KB）");
     if (std::ranges::any_of(variables, [](const QByteArray &value) { return value.contains('\0'); }))
         return QStringLiteral("无法执行命令：变量的值中含有空字符");
     return {};
 }
+
+/// Ends a run whose line does not begin, or that as a question does not end, and tells why.
+class RunWatch
+{
+public:
+    RunWatch(ChildProcess &child, ChildProcess::Ending ending, std::chrono::milliseconds limit)
+        : m_child(child)
+    {
+        m_timer.setSingleShot(true);
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
+            m_isLate = true;
+            m_child.terminate();
+        });
+        QObject::connect(&child, &ChildProcess::beginningLost, &m_timer, [this] {
+            // One that is being terminated loses it, too.
+            m_isReplaced = !m_child.wasTerminated();
+            m_child.terminate();
+        });
+        const bool isQuestion = ending == ChildProcess::Ending::WithSession;
+        if (!isQuestion)
+            QObject::connect(&child, &ChildProcess::begun, &m_timer, &QTimer::stop);
+        if (isQuestion || !child.hasBegun())
+            m_timer.start(limit);
+    }
+
+    /// Of a run that is over.
+    std::expected<int, ShellError> outcome(const QString &commandLine, int exitCode) const
+    {
+        using enum ShellError::Kind;
+        const qint64 seconds = m_timer.intervalAsDuration() / 1s;
+        if (m_isLate && !m_child.hasBegun())
+            return failure(ProfileTooSlow,
+                           QStringLiteral("登录配置（~/.zprofile 等）%1 秒内没有执行完，命令没有执行。"
+                                          "请检查其中是否有一直不结束的命令")
+                               .arg(seconds));
+        if (m_isLate)
+            return failure(TooSlow, QStringLiteral("命令 %1 秒内没有结束，已中止：%2").arg(seconds).arg(commandLine));
+        if (!m_child.hasBegun() && (m_isReplaced || !m_child.wasTerminated()))
+            return failure(
+                ProfileEnded,
+                QStringLiteral("登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell，命令没有执行"));
+        return exitCode;
+    }
+
+private:
+    static std::unexpected<ShellError> failure(ShellError::Kind kind, const QString &description)
+    {
+        return std::unexpected(ShellError{kind, description});
+    }
+
+    ChildProcess &m_child;
+    QTimer m_timer;
+    bool m_isLate = false;
+    bool m_isReplaced = false;
+};
 
 /// Gives the text of a pipe to an output handler.
 class StreamedText : public PipeSink
@@ -98,11 +157,26 @@ ShellService &ShellService::shared()
     return service;
 }
 
-ShellService::ShellService(QString home, QString zshFolder, QString shell)
+ShellService::ShellService(QString home, QString zshFolder, QString shell, std::chrono::milliseconds limit)
     : m_home(QFile::encodeName(home))
     , m_zshFolder(QFile::encodeName(zshFolder))
     , m_shell(QFile::encodeName(shell))
+    , m_timeLimit(limit)
 {
+}
+
+ShellService::~ShellService()
+{
+    abandonUseless();
+}
+
+void ShellService::abandonUseless()
+{
+    const auto collected = m_collectedRun.lock();
+    if (collected && (m_isQuestion || !collected->hasBegun()))
+        collected->kill();
+    if (currentStreamingProcess && !currentStreamingProcess->hasBegun())
+        currentStreamingProcess->kill();
 }
 
 ShellService::Environment ShellService::buildEnvironment() const
@@ -132,26 +206,47 @@ std::expected<std::shared_ptr<ChildProcess>, ShellError> ShellService::start(con
 {
     const QByteArray line = commandLine.toUtf8();
     if (const QString reason = objection(line, variables); !reason.isEmpty())
-        return std::unexpected(ShellError{reason});
+        return std::unexpected(ShellError{ShellError::Kind::NotStarted, reason});
     Environment environment = buildEnvironment();
     for (auto variable = variables.begin(); variable != variables.end(); ++variable)
         environment[waitingName(variable.key())] = *variable;
-    const ChildProcess::Command command{m_shell, {"-l", "-c", settingOf(variables) + line}, assignments(environment)};
+    // The start-up files only tell that the line begins where they are ours.
+    const bool tellsBeginning = !m_zshFolder.isEmpty();
+    if (tellsBeginning)
+        environment["VAELIX_RUN"] = ending == ChildProcess::Ending::AtExit ? "streamed" : "collected";
+    const ChildProcess::Command command{
+        m_shell, {"-l", "-c", settingOf(variables) + line}, assignments(environment), tellsBeginning};
     auto child = ChildProcess::start(command, ending, output, error);
     if (!child)
-        return std::unexpected(ShellError{describe(m_shell, child.error())});
+        return std::unexpected(ShellError{ShellError::Kind::NotStarted, describe(m_shell, child.error())});
     return std::move(*child);
 }
 
 QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::run(QString commandLine, Environment variables)
 {
+    return collect(commandLine, variables, ChildProcess::Ending::AtEndOfFile);
+}
+
+QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::ask(QString question)
+{
+    return collect(question, {}, ChildProcess::Ending::WithSession);
+}
+
+QCoro::Task<std::expected<ShellResult, ShellError>> ShellService::collect(QString commandLine, Environment variables,
+                                                                          ChildProcess::Ending ending)
+{
     const auto turn = co_await m_collectedRuns.lock();
     CollectedText output;
     CollectedText errorOutput;
-    const auto child = start(commandLine, variables, ChildProcess::Ending::AtEndOfFile, output, errorOutput);
+    const auto child = start(commandLine, variables, ending, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
+    m_collectedRun = *child;
+    m_isQuestion = ending == ChildProcess::Ending::WithSession;
+    const RunWatch watch(**child, ending, m_timeLimit);
     const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
+    if (const auto outcome = watch.outcome(commandLine, exitCode); !outcome)
+        co_return std::unexpected(outcome.error());
     co_return ShellResult{exitCode, std::move(output), std::move(errorOutput)};
 }
 
@@ -160,11 +255,13 @@ QCoro::Task<std::expected<int, ShellError>> ShellService::runWithStreaming(QStri
 {
     StreamedText output(onOutput);
     StreamedText errorOutput(onOutput);
-    const auto child = start(commandLine, variables, ChildProcess::Ending::AtExit, output, errorOutput);
+    constexpr auto ending = ChildProcess::Ending::AtExit;
+    const auto child = start(commandLine, variables, ending, output, errorOutput);
     if (!child)
         co_return std::unexpected(child.error());
     currentStreamingProcess = *child;
+    const RunWatch watch(**child, ending, m_timeLimit);
     const int exitCode = co_await qCoro(child->get(), &ChildProcess::finished);
     currentStreamingProcess = nullptr;
-    co_return exitCode;
+    co_return watch.outcome(commandLine, exitCode);
 }

@@ -1,5 +1,6 @@
 #include "UTF8Stream.h"
 
+#include <cstring>
 #include <simdjson.h>
 
 namespace {
@@ -28,6 +29,22 @@ std::size_t wholeCharactersLength(std::string_view bytes)
     if (bytes.empty() || sequenceLength(static_cast<unsigned char>(bytes[bytes.size() - tail])) <= tail)
         return bytes.size();
     return bytes.size() - tail;
+}
+
+std::size_t keepValidCharacters(std::span<char> bytes)
+{
+    std::size_t kept = 0;
+    for (std::size_t next = 0; next < bytes.size();) {
+        const std::size_t length = sequenceLength(static_cast<unsigned char>(bytes[next]));
+        if (next + length > bytes.size() || !simdjson::validate_utf8(&bytes[next], length)) {
+            ++next;
+            continue;
+        }
+        std::memmove(&bytes[kept], &bytes[next], length);
+        kept += length;
+        next += length;
+    }
+    return kept;
 }
 
 void UTF8Stream::feed(std::span<const char> bytes)
@@ -61,19 +78,13 @@ void UTF8Stream::deliver(std::string_view piece)
     if (simdjson::validate_utf8(piece.data(), piece.size()))
         m_consumer(QUtf8StringView(piece.data(), qsizetype(piece.size())));
     else
-        deliverValidLines(piece);
+        deliverValidCharacters(piece);
 }
 
-void UTF8Stream::deliverValidLines(std::string_view piece)
+void UTF8Stream::deliverValidCharacters(std::string_view piece)
 {
-    std::string valid;
-    while (!piece.empty()) {
-        const std::size_t lineFeed = piece.find('\n');
-        const std::string_view line = piece.substr(0, lineFeed == piece.npos ? piece.size() : lineFeed + 1);
-        if (simdjson::validate_utf8(line.data(), line.size()))
-            valid += line;
-        piece.remove_prefix(line.size());
-    }
+    std::string valid(piece);
+    valid.resize(keepValidCharacters(valid));
     if (!valid.empty())
         m_consumer(QUtf8StringView(valid.data(), qsizetype(valid.size())));
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 /// Turns the bytes of a pipe, cut anywhere, into pieces of valid UTF-8 text. A character split
-/// between two reads waits for its rest; lines that are not UTF-8 are dropped.
+/// between two reads waits for its rest; bytes that are not UTF-8 are dropped.
 class UTF8Stream
 {
 public:
@@ -25,7 +25,7 @@ private:
     /// they make no character; nothing has changed then.
     bool deliverSplitCharacter(std::string_view &piece);
     void deliver(std::string_view piece);
-    void deliverValidLines(std::string_view piece);
+    void deliverValidCharacters(std::string_view piece);
 
     Consumer m_consumer;
     std::string m_pending;
@@ -34,3 +34,6 @@ private:
 /// Length of the part of `bytes` that ends with a whole character: shorter than `bytes` by up to
 /// three bytes when the end cuts one off.
 std::size_t wholeCharactersLength(std::string_view bytes);
+
+/// Moves the valid characters to the front and returns their length in bytes.
+std::size_t keepValidCharacters(std::span<char> bytes);

@@ -28,6 +28,8 @@ Streamed stream(ShellService &shell, const QString &commandLine)
     return streamed;
 }
 
+const QString zshFolder = QStringLiteral(VAELIX_SOURCE_DIR "/resources/zsh");
+
 /// Whether a process whose arguments contain `mark` is alive.
 bool isAlive(const QString &mark)
 {
@@ -62,6 +64,17 @@ private Q_SLOTS:
     void endOfAnyStreamedRunClearsTheCurrentOne();
     void killByPatternSparesItsOwnShell();
     void windowStaysAliveWhileProfileSleeps();
+    void profileThatEndsOrReplacesTheShell_data();
+    void profileThatEndsOrReplacesTheShell();
+    void profileThatLeavesTheShellItsOwn_data();
+    void profileThatLeavesTheShellItsOwn();
+    void profileThatLeavesAProgramBehind_data();
+    void profileThatLeavesAProgramBehind();
+    void questionThatDoesNotEnd_data();
+    void questionThatDoesNotEnd();
+    void lineThatTakesItsTimeIsNoQuestion();
+    void cancellingInTheProfileIsNoFailureOfIt();
+    void whatIsUselessIsAbandoned();
     void programOutlivesTheReaderOfItsLog();
 };
 
@@ -75,9 +88,10 @@ void tst_ShellService::collectedRun_data()
     row("unknown command", u"vaelix-no-such-command 2>/dev/null"_s, 127, {}, {});
     row("shell interprets the line", u"x=$(echo a b | wc -w) && echo ${x// /}"_s, 0, "2", {});
     row("ended by a signal", u"kill -TERM $$"_s, 128 + SIGTERM, {}, {});
-    row("not UTF-8", u"printf 'a\\377b'; printf '中文' >&2"_s, 0, {}, "中文");
-    row("ends within a character", u"printf '中文\\344\\270'"_s, 0, {}, {});
-    row("not UTF-8 early in much output", u"printf '\\377'; head -c 3000000 /dev/zero | tr '\\0' o"_s, 0, {}, {});
+    row("stray byte", u"printf 'a\\377b'; printf '中文' >&2"_s, 0, "ab", "中文");
+    row("ends within a character", u"printf '中文\\344\\270'"_s, 0, "中文", {});
+    row("stray bytes in much output", u"printf '\\377'; head -c 3000000 /dev/zero | tr '\\0' o; printf '\\344\\270x'"_s,
+        0, QByteArray(3000000, 'o') + 'x', {});
     row("pipes closed before the exit", u"exec >&- 2>&-; sleep 0.1; exit 7"_s, 7, {}, {});
     row("more than the pipes hold on both",
         u"head -c 3000000 /dev/zero | tr '\\0' o; head -c 3000000 /dev/zero | tr '\\0' e >&2"_s, 0,
@@ -104,6 +118,7 @@ void tst_ShellService::lineThatCannotBeStarted_data()
     row("not executable", u"/etc/passwd"_s, u"true"_s, u"无法启动 /etc/passwd：没有执行权限"_s);
     row("NUL", zsh, u"echo a"_s + QChar(0) + u"b"_s, u"无法执行命令：命令行中含有空字符"_s);
     row("leading hyphen", zsh, u"-x"_s, u"无法执行命令：命令行不能以“-”开头"_s);
+    row("leading plus", zsh, u"+x"_s, u"无法执行命令：命令行不能以“+”开头"_s);
     row("too long", zsh, u"exit 6"_s.leftJustified(128 * 1024), u"无法执行命令：命令行过长（超过 128 KB）"_s);
 }
 
@@ -235,8 +250,10 @@ void tst_ShellService::streamedRun_data()
     row("as it is, both outputs", u"echo 一; echo 二 >&2; sleep 0.05; printf 三"_s, 0, "一\n二\n三");
     row("exit status", u"echo x; exit 2"_s, 2, "x\n");
     row("character split between two writes", u"printf '\\344\\270'; sleep 0.1; printf '\\255\\n'"_s, 0, "中\n");
-    row("lines that are not UTF-8 are dropped, the others kept", u"printf 'before\\nbad \\377\\nafter\\n'"_s, 0,
-        "before\nafter\n");
+    row("bytes that are not UTF-8 are dropped, the others kept",
+        u"printf 'before\\nbad \\377\\355\\240\\200一\\nafter\\n'"_s, 0, "before\nbad 一\nafter\n");
+    row("stray byte in a line of 3 MB", u"head -c 3000000 /dev/zero | tr '\\0' o; printf '\\377'"_s, 0,
+        QByteArray(3000000, 'o'));
     row("unfinished character at the end", u"printf 'end\\344\\270'"_s, 0, "end");
     row("closed early", u"echo x; exec >&- 2>&-; sleep 0.1; exit 4"_s, 4, "x\n");
     row("all that was written before the exit", u"head -c 300000 /dev/zero | tr '\\0' x; exit 5"_s, 5,
@@ -358,8 +375,179 @@ void tst_ShellService::windowStaysAliveWhileProfileSleeps()
     QTimer ticks;
     connect(&ticks, &QTimer::timeout, this, [&turns] { ++turns; });
     ticks.start(10ms);
-    QCOMPARE(QCoro::waitFor(scratch.shell.run(u"echo done"_s))->output.utf8(), "Welcome to this machine\ndone");
-    QCOMPARE_GE(turns, 50);
+    QCOMPARE(QCoro::waitFor(scratch.shell.run(u"echo done"_s))->output.utf8(), "done");
+    QCOMPARE_GE(turns, 20);
+}
+
+void tst_ShellService::profileThatEndsOrReplacesTheShell_data()
+{
+    const auto row = columns<QString, QByteArray>("file", "content");
+    row("exit", u".zprofile"_s, "exit 0\n");
+    row("exit in the last file", u".zlogin"_s, "exit 3\n");
+    row("exit in the first file", u".zshenv"_s, "exit\n");
+    row("exit after much output", u".zprofile"_s, "head -c 300000 /dev/zero; exit\n");
+    row("exec", u".zprofile"_s, "exec sleep 4714\n");
+    row("another shell", u".zprofile"_s, "exec sh -c 'sleep 4714; true'\n");
+    row("killed", u".zprofile"_s, "kill -KILL $$\n");
+}
+
+void tst_ShellService::profileThatEndsOrReplacesTheShell()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, content);
+    Scratch scratch;
+    scratch.write(file, content);
+    const QString line = u"touch ~/was-run"_s;
+    const auto nobody = [](QUtf8StringView) { };
+    const auto collected = QCoro::waitFor(scratch.shell.run(line));
+    const auto asked = QCoro::waitFor(scratch.shell.ask(line));
+    const auto streamed = QCoro::waitFor(scratch.shell.runWithStreaming(line, nobody));
+    QVERIFY(!collected && !asked && !streamed);
+    for (const ShellError &error : {collected.error(), asked.error(), streamed.error()}) {
+        QCOMPARE(error.kind, ShellError::Kind::ProfileEnded);
+        QVERIFY(error.description.contains(u"登录配置"_s));
+    }
+    QVERIFY(!QFile::exists(scratch.path(u"was-run"_s)));
+    QVERIFY(!isAlive(u"^sleep 4714"_s));
+}
+
+void tst_ShellService::profileThatLeavesTheShellItsOwn_data()
+{
+    const auto row = columns<QString, QByteArray>("file", "content");
+    row("prints", u".zprofile"_s, "echo 你好; echo warning >&2\n");
+    row("prints in the last file", u".zlogin"_s, "echo 你好\n");
+    row("sends the output elsewhere", u".zprofile"_s, "exec >/dev/full 2>&1\n");
+    row("returns", u".zprofile"_s, "return 3\n");
+    row("has an error", u".zprofile"_s, "if ((\n");
+    row("strict", u".zprofile"_s, "set -eu; setopt noclobber ksharrays\n");
+    row("reads no more files", u".zprofile"_s, "unsetopt rcs\n");
+    row("another kind of shell", u".zshenv"_s, "emulate sh\n");
+    row("other meanings", u".zprofile"_s, "alias print=false exec=false; source() { false }\n");
+    row("uses the descriptor", u".zprofile"_s, "exec 3>/dev/null; echo x >&3\n");
+    row("moves its files", u".zshenv"_s, "ZDOTDIR=~/.config\n");
+}
+
+void tst_ShellService::profileThatLeavesTheShellItsOwn()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, content);
+    Scratch scratch;
+    scratch.write(file, content);
+    const QString line = u"echo line; echo ${(k)parameters[(I)vaelix*]}${(k)functions[(I)vaelix*]} >&2; exit 7"_s;
+    for (const auto &result : {QCoro::waitFor(scratch.shell.run(line)), QCoro::waitFor(scratch.shell.ask(line))}) {
+        QVERIFY(result);
+        QCOMPARE(result->exitCode, 7);
+        QCOMPARE(result->output.utf8(), "line");
+        QCOMPARE(result->errorOutput.utf8(), "");
+    }
+    QCOMPARE(stream(scratch.shell, line).exitCode, 7);
+}
+
+void tst_ShellService::profileThatLeavesAProgramBehind_data()
+{
+    const auto row = columns<QByteArray>("profile");
+    row("program", "sleep 4715 &\n");
+    row("loop", "(while :; do sleep 4715; done) &\n");
+    row("deaf to being asked", "(trap '' TERM HUP; sleep 4715; sleep 4715) &\n");
+}
+
+void tst_ShellService::profileThatLeavesAProgramBehind()
+{
+    QFETCH(QByteArray, profile);
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, profile);
+    const int before = openDescriptors();
+    const auto asked = QCoro::waitFor(scratch.shell.ask(u"head -c 300000 /dev/zero | tr '\\0' x; exit 4"_s));
+    QVERIFY(asked);
+    QCOMPARE(asked->exitCode, 4);
+    QCOMPARE(asked->output.utf8().size(), 300000);
+    QVERIFY(!isAlive(u"^sleep 4715"_s));
+    QCOMPARE(zombies(), 0);
+    QTRY_COMPARE(openDescriptors(), before);
+}
+
+void tst_ShellService::questionThatDoesNotEnd_data()
+{
+    const auto row = columns<QByteArray, QString, int, QString>("profile", "question", "kind", "description");
+    const auto tooSlow = int(ShellError::Kind::TooSlow);
+    row("line", {}, u"sleep 4716"_s, tooSlow, u"命令 1 秒内没有结束，已中止：sleep 4716"_s);
+    row("left the session", {}, u"setsid sh -c 'sleep 2; true' & sleep 4716"_s, tooSlow,
+        u"命令 1 秒内没有结束，已中止：setsid sh -c 'sleep 2; true' & sleep 4716"_s);
+    row("profile", "while :; do sleep 4716; done\n", u"true"_s, int(ShellError::Kind::ProfileTooSlow),
+        u"登录配置（~/.zprofile 等）1 秒内没有执行完，命令没有执行。请检查其中是否有一直不结束的命令"_s);
+}
+
+void tst_ShellService::questionThatDoesNotEnd()
+{
+    QFETCH(QByteArray, profile);
+    QFETCH(QString, question);
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, profile);
+    ShellService impatient(scratch.home.path(), zshFolder, u"/bin/zsh"_s, 1s);
+    QElapsedTimer timer;
+    timer.start();
+    const auto asked = QCoro::waitFor(impatient.ask(question));
+    QVERIFY(timer.elapsed() < 20'000);
+    QVERIFY(!asked);
+    QTEST(int(asked.error().kind), "kind");
+    QTEST(asked.error().description, "description");
+    QVERIFY(!isAlive(u"^sleep 4716"_s));
+    // The next one does not wait for it.
+    QFile::remove(scratch.path(u".zprofile"_s));
+    QVERIFY(QCoro::waitFor(impatient.ask(u"true"_s)));
+}
+
+void tst_ShellService::lineThatTakesItsTimeIsNoQuestion()
+{
+    Scratch scratch;
+    ShellService impatient(scratch.home.path(), zshFolder, u"/bin/zsh"_s, 1s);
+    const QString line = u"sleep 1.5; echo done"_s;
+    QCOMPARE(QCoro::waitFor(impatient.run(line))->output.utf8(), "done");
+    QCOMPARE(stream(impatient, line).text(), "done\n");
+
+    scratch.write(u".zprofile"_s, "while :; do sleep 4717; done\n");
+    const auto streamed = QCoro::waitFor(impatient.runWithStreaming(line, [](QUtf8StringView) { }));
+    QVERIFY(!streamed);
+    QCOMPARE(streamed.error().kind, ShellError::Kind::ProfileTooSlow);
+    QVERIFY(!isAlive(u"^sleep 4717"_s));
+}
+
+void tst_ShellService::cancellingInTheProfileIsNoFailureOfIt()
+{
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, "sleep 4718\n");
+    auto run = scratch.shell.runWithStreaming(u"true"_s, [](QUtf8StringView) { });
+    QTRY_VERIFY(isAlive(u"^sleep 4718"_s));
+    scratch.shell.currentStreamingProcess->terminate();
+    const auto exitCode = QCoro::waitFor(std::move(run));
+    QVERIFY(exitCode);
+    QVERIFY(*exitCode != 0);
+}
+
+void tst_ShellService::whatIsUselessIsAbandoned()
+{
+    Scratch scratch;
+    const auto nobody = [](QUtf8StringView) { };
+    auto asked = scratch.shell.ask(u"sleep 4719"_s);
+    QTRY_VERIFY(isAlive(u"^sleep 4719"_s));
+    scratch.shell.abandonUseless();
+    QCOMPARE(QCoro::waitFor(std::move(asked))->exitCode, 128 + SIGKILL);
+    QVERIFY(!isAlive(u"^sleep 4719"_s));
+
+    // An operation goes on without us, a profile before it does not.
+    auto operation = scratch.shell.runWithStreaming(u"sleep 4720"_s, nobody);
+    QTRY_VERIFY(isAlive(u"^sleep 4720"_s));
+    QTRY_VERIFY(scratch.shell.currentStreamingProcess->hasBegun());
+    scratch.shell.abandonUseless();
+    QVERIFY(isAlive(u"^sleep 4720"_s));
+    scratch.shell.currentStreamingProcess->terminate();
+    QVERIFY(QCoro::waitFor(std::move(operation)));
+    scratch.write(u".zprofile"_s, "sleep 4721\n");
+    auto begun = scratch.shell.runWithStreaming(u"true"_s, nobody);
+    QTRY_VERIFY(isAlive(u"^sleep 4721"_s));
+    scratch.shell.abandonUseless();
+    QVERIFY(!QCoro::waitFor(std::move(begun)));
+    QVERIFY(!isAlive(u"^sleep 4721"_s));
 }
 
 void tst_ShellService::programOutlivesTheReaderOfItsLog()

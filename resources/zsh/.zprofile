@@ -1,0 +1,6 @@
+# Between .zshenv and .zlogin; see there.
+vaelix_enter
+if [[ -r ${ZDOTDIR:-$HOME}/.zprofile ]]; then
+  builtin source ${ZDOTDIR:-$HOME}/.zprofile
+fi
+vaelix_leave
