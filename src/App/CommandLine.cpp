@@ -8,7 +8,9 @@
 
 #include <QEventLoop>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -152,16 +154,25 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
     co_return co_await operate(command, arguments.first());
 }
 
+QCoro::Task<> CommandLine::load()
+{
+    const TerminationSignals interrupts;
+    leaveOn(interrupts);
+    co_await m_viewModel.loadData();
+    if (!m_viewModel.detectionFailure().isEmpty())
+        printError(m_viewModel.detectionFailure());
+}
+
 QCoro::Task<int> CommandLine::list(bool asJSON)
 {
-    co_await m_viewModel.loadData();
+    co_await load();
     print(stdout, asJSON ? asJSONText(m_viewModel.softwareList()) : asTable(m_viewModel.softwareList()));
-    co_return Success;
+    co_return m_viewModel.detectionFailure().isEmpty() ? Success : Failure;
 }
 
 QCoro::Task<int> CommandLine::operate(QString command, QString softwareId)
 {
-    co_await m_viewModel.loadData();
+    co_await load();
     AISoftware *const software = m_viewModel.software(softwareId);
     if (!software) {
         printError(QStringLiteral("没有 ID 为 “%1” 的软件，可用 vaelix software list 查看").arg(softwareId));
@@ -172,12 +183,12 @@ QCoro::Task<int> CommandLine::operate(QString command, QString softwareId)
     if (command == QLatin1String("start"))
         co_return co_await startAndStay(software);
 
-    std::optional<TerminationSignals> interrupts;
-    if (command != QLatin1String("stop")) {
-        interrupts.emplace();
-        QObject::connect(&*interrupts, &TerminationSignals::received, &*interrupts,
+    const TerminationSignals interrupts;
+    if (command == QLatin1String("stop"))
+        leaveOn(interrupts);
+    else
+        QObject::connect(&interrupts, &TerminationSignals::received, &interrupts,
                          [this, command, software] { cancel(command, software); });
-    }
     const auto running = std::invoke(operationOf(command), m_viewModel, software);
     co_await running;
     co_return outcome();
@@ -195,7 +206,11 @@ QCoro::Task<int> CommandLine::startAndStay(AISoftware *software)
     QObject::connect(process.get(), &ChildProcess::finished, &untilEndOrInterrupt, &QEventLoop::quit);
     QObject::connect(&interrupts, &TerminationSignals::received, &untilEndOrInterrupt, &QEventLoop::quit);
     untilEndOrInterrupt.exec();
+    if (!process->hasBegun() && !process->exitCode())
+        leave(SIGINT);
     co_await starting;
+    if (outcome() == Failure)
+        co_return Failure;
     co_await m_viewModel.detectAllStatus();
     if (!process->exitCode()) {
         printError(QStringLiteral("不再显示输出；停止该软件请执行 vaelix software stop %1").arg(software->id()));
@@ -205,6 +220,17 @@ QCoro::Task<int> CommandLine::startAndStay(AISoftware *software)
         co_return Success;
     printError(QStringLiteral("启动命令已结束，退出码: %1").arg(*process->exitCode()));
     co_return Failure;
+}
+
+void CommandLine::leaveOn(const TerminationSignals &interrupts)
+{
+    QObject::connect(&interrupts, &TerminationSignals::received, &interrupts, [this](int signal) { leave(signal); });
+}
+
+void CommandLine::leave(int signal)
+{
+    m_shell.abandonUseless();
+    std::_Exit(128 + signal);
 }
 
 void CommandLine::cancel(const QString &command, AISoftware *software)

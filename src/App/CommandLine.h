@@ -6,6 +6,7 @@
 class AISoftware;
 class ShellService;
 class SoftwareListViewModel;
+class TerminationSignals;
 
 /// The command line's commands, run without a display through the view model of the software
 /// screens. What the terminal pane would show goes to standard output, the error message to
@@ -21,10 +22,15 @@ public:
     QCoro::Task<int> run(QStringList arguments);
 
 private:
+    /// Loads the list; an interrupt meanwhile ends the program.
+    QCoro::Task<> load();
     QCoro::Task<int> list(bool asJSON);
     QCoro::Task<int> operate(QString command, QString softwareId);
     /// Stays while the program runs; Ctrl-C leaves it running.
     QCoro::Task<int> startAndStay(AISoftware *software);
+    void leaveOn(const TerminationSignals &interrupts);
+    /// Ends the program as the signal would, and with it what nobody waits for any more.
+    [[noreturn]] void leave(int signal);
     void cancel(const QString &command, AISoftware *software);
     /// By the view model's error message, which it prints.
     int outcome() const;

@@ -14,8 +14,11 @@ const FileDescriptor &wakeUp()
     return descriptor;
 }
 
-void handle(int)
+volatile std::sig_atomic_t lastSignal = 0;
+
+void handle(int signal)
 {
+    lastSignal = signal;
     ::eventfd_write(wakeUp().get(), 1);
 }
 
@@ -37,7 +40,7 @@ TerminationSignals::TerminationSignals(QObject *parent)
     connect(&m_notifier, &QSocketNotifier::activated, this, [this] {
         eventfd_t count;
         ::eventfd_read(wakeUp().get(), &count);
-        Q_EMIT received();
+        Q_EMIT received(lastSignal);
     });
     setHandler(handle);
 }

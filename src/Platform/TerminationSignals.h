@@ -14,7 +14,7 @@ public:
     ~TerminationSignals() override;
 
 Q_SIGNALS:
-    void received();
+    void received(int signal);
 
 private:
     QSocketNotifier m_notifier;

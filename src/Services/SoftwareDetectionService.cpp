@@ -1,7 +1,5 @@
 #include "SoftwareDetectionService.h"
 
-#include "ShellService.h"
-
 SoftwareDetectionService &SoftwareDetectionService::shared()
 {
     static SoftwareDetectionService service(ShellService::shared());
@@ -13,18 +11,21 @@ SoftwareDetectionService::SoftwareDetectionService(ShellService &shell)
 {
 }
 
-QCoro::Task<bool> SoftwareDetectionService::isInstalled(QString detectCommand)
+QCoro::Task<DetectionAnswer> SoftwareDetectionService::isInstalled(QString detectCommand)
 {
     if (detectCommand.isEmpty())
         co_return false;
-    const auto result = co_await m_shell.run(detectCommand);
-    co_return result && result->exitCode == 0 && !result->output.isEmpty();
+    const auto run = co_await m_shell.ask(detectCommand);
+    co_return answerOf(run, true);
 }
 
-QCoro::Task<QHash<QString, bool>> SoftwareDetectionService::detectAll(SoftwareCatalog::Entries catalog)
+QCoro::Task<DetectionAnswers> SoftwareDetectionService::detectAll(SoftwareCatalog::Entries catalog)
 {
-    QHash<QString, bool> isInstalledById;
-    for (const SoftwareCatalogEntry &entry : catalog)
-        isInstalledById[entry.id] = co_await isInstalled(entry.detectCommand);
-    co_return isInstalledById;
+    DetectionAnswers answers;
+    for (const SoftwareCatalogEntry &entry : catalog) {
+        const auto answer = co_await isInstalled(entry.detectCommand);
+        if (!answers.take(entry.id, answer))
+            break;
+    }
+    co_return answers;
 }

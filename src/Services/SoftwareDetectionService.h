@@ -1,11 +1,9 @@
 #pragma once
 
+#include "DetectionAnswers.h"
 #include "Models/SoftwareCatalog.h"
 
 #include <QCoroTask>
-#include <QHash>
-
-class ShellService;
 
 /// Tells which software is installed on this machine, by its detection command line.
 class SoftwareDetectionService
@@ -15,11 +13,12 @@ public:
 
     explicit SoftwareDetectionService(ShellService &shell);
 
-    /// True when the command line exits with 0 and prints something. An empty one runs nothing.
-    QCoro::Task<bool> isInstalled(QString detectCommand);
+    /// True when the command line exits with 0 and prints something. An empty one runs nothing; one
+    /// that cannot be started finds nothing. An error when there was no answer.
+    QCoro::Task<DetectionAnswer> isInstalled(QString detectCommand);
 
-    /// Asks entry after entry, in order; the answers by software id.
-    QCoro::Task<QHash<QString, bool>> detectAll(SoftwareCatalog::Entries catalog);
+    /// Asks entry after entry, in order.
+    QCoro::Task<DetectionAnswers> detectAll(SoftwareCatalog::Entries catalog);
 
     ShellService &shell() const { return m_shell; }
 

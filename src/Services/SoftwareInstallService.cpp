@@ -81,7 +81,12 @@ SoftwareInstallService::Outcome SoftwareInstallService::install(QString software
         co_return std::unexpected(InstallError(operation.missing));
     for (const QString &id : entry->dependencies) {
         const SoftwareCatalogEntry *const dependency = SoftwareCatalog::find(catalog, id);
-        if (dependency && !co_await m_detection.isInstalled(dependency->detectCommand))
+        if (!dependency)
+            continue;
+        const DetectionAnswer isInstalled = co_await m_detection.isInstalled(dependency->detectCommand);
+        if (!isInstalled)
+            co_return std::unexpected(InstallError::shellFailed(isInstalled.error()));
+        if (!*isInstalled)
             co_return std::unexpected(InstallError::missingDependency(dependency->name));
     }
     co_return co_await perform(&operation, softwareId, catalog, onOutput, onStatusChange);
@@ -123,8 +128,14 @@ SoftwareInstallService::Outcome SoftwareInstallService::perform(const Operation 
     onStatusChange(operation->whileRunning);
     report(onOutput, QStringLiteral(">>> 正在%1 %2...\n").arg(operation->verb, entry->name));
     const auto exitCode = co_await m_shell.runWithStreaming(commandLine, onOutput);
-    if (!exitCode)
+    if (!exitCode) {
+        // A shell that could not be started has reported no end.
+        if (exitCode.error().isAboutProfile()) {
+            report(onOutput, QStringLiteral("\n❌ %1失败: %2\n").arg(operation->verb, exitCode.error().description));
+            onStatusChange(SoftwareStatus::Error);
+        }
         co_return std::unexpected(InstallError::shellFailed(exitCode.error()));
+    }
     if (*exitCode != 0) {
         report(onOutput, QStringLiteral("\n❌ %1失败 (exit code: %2)\n").arg(operation->verb).arg(*exitCode));
         onStatusChange(SoftwareStatus::Error);
@@ -137,16 +148,25 @@ SoftwareInstallService::Outcome SoftwareInstallService::perform(const Operation 
 
 std::expected<void, InstallError> SoftwareInstallService::start(const QString &softwareId,
                                                                 const SoftwareCatalog::Entries &catalog,
-                                                                OutputHandler onOutput)
+                                                                OutputHandler onOutput, FailureHandler onFailure)
 {
     const SoftwareCatalogEntry *const entry = SoftwareCatalog::find(catalog, softwareId);
     const QString commandLine = commandLineOf(entry, &SoftwareCatalogEntry::startCommand);
     if (commandLine.isEmpty())
         return std::unexpected(InstallError(InstallError::Kind::NoStartCommand));
     report(onOutput, QStringLiteral(">>> 正在启动 %1...\n").arg(entry->name));
-    // The program keeps running; how it ends is nobody's concern here.
-    m_shell.runWithStreaming(commandLine, onOutput);
+    launch(commandLine, onOutput, onFailure);
     return {};
+}
+
+QCoro::Task<> SoftwareInstallService::launch(QString commandLine, OutputHandler onOutput, FailureHandler onFailure)
+{
+    // The program keeps running; how it ends is nobody's concern here.
+    const auto exitCode = co_await m_shell.runWithStreaming(commandLine, onOutput);
+    if (exitCode)
+        co_return;
+    report(onOutput, QStringLiteral("\n❌ 启动失败: %1\n").arg(exitCode.error().description));
+    onFailure(InstallError::shellFailed(exitCode.error()));
 }
 
 SoftwareInstallService::Outcome SoftwareInstallService::stop(QString softwareId, SoftwareCatalog::Entries catalog,

@@ -19,7 +19,7 @@ public:
         NoUpgradeCommand,
         NoStartCommand,
         NoStopCommand,
-        ShellFailed, ///< the command line could not be started
+        ShellFailed, ///< the command line was not run
     };
 
     explicit InstallError(Kind kind)
@@ -55,6 +55,7 @@ class SoftwareInstallService
 {
 public:
     using StatusHandler = std::function<void(SoftwareStatus::Value)>;
+    using FailureHandler = std::function<void(const InstallError &)>;
     using Outcome = QCoro::Task<std::expected<void, InstallError>>;
 
     static SoftwareInstallService &shared();
@@ -70,9 +71,10 @@ public:
     Outcome uninstall(QString softwareId, SoftwareCatalog::Entries catalog, OutputHandler onOutput,
                       StatusHandler onStatusChange);
 
-    /// Launches the start command line and returns at once; what it prints later still comes.
+    /// Launches the start command line and returns at once; what it prints later still comes. `onFailure`
+    /// is called when it turns out that the line is not run, before this returns or later.
     std::expected<void, InstallError> start(const QString &softwareId, const SoftwareCatalog::Entries &catalog,
-                                            OutputHandler onOutput);
+                                            OutputHandler onOutput, FailureHandler onFailure);
     /// Returns when the stop command line has ended. Its exit status is told in the output and is
     /// no failure.
     Outcome stop(QString softwareId, SoftwareCatalog::Entries catalog, OutputHandler onOutput);
@@ -84,6 +86,7 @@ private:
 
     Outcome perform(const Operation *operation, QString softwareId, SoftwareCatalog::Entries catalog,
                     OutputHandler onOutput, StatusHandler onStatusChange);
+    QCoro::Task<> launch(QString commandLine, OutputHandler onOutput, FailureHandler onFailure);
 
     ShellService &m_shell;
     SoftwareDetectionService &m_detection;

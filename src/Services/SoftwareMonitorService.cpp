@@ -1,7 +1,5 @@
 #include "SoftwareMonitorService.h"
 
-#include "ShellService.h"
-
 namespace {
 
 const QString ollama = QStringLiteral("ollama");
@@ -32,27 +30,32 @@ SoftwareMonitorService::SoftwareMonitorService(ShellService &shell)
 {
 }
 
-QCoro::Task<bool> SoftwareMonitorService::isOllamaRunning()
+QCoro::Task<DetectionAnswer> SoftwareMonitorService::isOllamaRunning()
 {
-    const auto result = co_await m_shell.run(QStringLiteral("curl -s http://localhost:11434/api/version"));
-    co_return result && result->exitCode == 0 && !result->output.isEmpty();
+    const auto run = co_await m_shell.ask(QStringLiteral("curl -s http://localhost:11434/api/version"));
+    co_return answerOf(run, true);
 }
 
-QCoro::Task<QHash<QString, bool>> SoftwareMonitorService::checkAllStatus(QStringList softwareIds)
+QCoro::Task<DetectionAnswer> SoftwareMonitorService::isProcessRunning(QString name)
 {
-    QHash<QString, bool> isRunningById;
-    if (softwareIds.contains(ollama))
-        isRunningById[ollama] = co_await isOllamaRunning();
-    for (const QString &id : softwareIds) {
-        if (id == ollama)
-            continue;
-        const QString name = processName(id);
-        bool isRunning = false;
-        if (!name.isEmpty()) {
-            const auto result = co_await m_shell.run(QStringLiteral("pgrep -x ") + name);
-            isRunning = result && result->exitCode == 0;
-        }
-        isRunningById[id] = isRunning;
+    if (name.isEmpty())
+        co_return false;
+    const auto run = co_await m_shell.ask(QStringLiteral("pgrep -x ") + name);
+    co_return answerOf(run, false);
+}
+
+QCoro::Task<DetectionAnswers> SoftwareMonitorService::checkAllStatus(QStringList softwareIds)
+{
+    DetectionAnswers answers;
+    if (softwareIds.removeAll(ollama) > 0) {
+        const auto answer = co_await isOllamaRunning();
+        if (!answers.take(ollama, answer))
+            co_return answers;
     }
-    co_return isRunningById;
+    for (const QString &id : softwareIds) {
+        const auto answer = co_await isProcessRunning(processName(id));
+        if (!answers.take(id, answer))
+            break;
+    }
+    co_return answers;
 }

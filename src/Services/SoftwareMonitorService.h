@@ -1,10 +1,9 @@
 #pragma once
 
-#include <QCoroTask>
-#include <QHash>
-#include <QStringList>
+#include "DetectionAnswers.h"
 
-class ShellService;
+#include <QCoroTask>
+#include <QStringList>
 
 /// Tells which software is running on this machine, by its process or its local web endpoint.
 class SoftwareMonitorService
@@ -15,12 +14,14 @@ public:
     explicit SoftwareMonitorService(ShellService &shell);
 
     /// Ollama's local service answers with a body.
-    QCoro::Task<bool> isOllamaRunning();
+    QCoro::Task<DetectionAnswer> isOllamaRunning();
 
-    /// Asks Ollama first, then one id after the other; every id is a key of the answer. One whose
-    /// process name is not known is not running.
-    QCoro::Task<QHash<QString, bool>> checkAllStatus(QStringList softwareIds);
+    /// Asks Ollama first, then one id after the other. One whose process name is not known is not
+    /// running.
+    QCoro::Task<DetectionAnswers> checkAllStatus(QStringList softwareIds);
 
 private:
+    QCoro::Task<DetectionAnswer> isProcessRunning(QString name);
+
     ShellService &m_shell;
 };

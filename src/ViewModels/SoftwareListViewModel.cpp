@@ -32,6 +32,19 @@ QString versionCommand(const QString &softwareId)
     return commands.value(softwareId);
 }
 
+/// What the answers make of the status; what was not answered leaves it as it was.
+SoftwareStatus::Value detectedStatus(const AISoftware &software, std::optional<bool> isInstalled,
+                                     std::optional<bool> isRunning)
+{
+    if (!isInstalled)
+        return software.status();
+    if (!*isInstalled)
+        return SoftwareStatus::NotInstalled;
+    if (!isRunning)
+        return software.isUsable() ? software.status() : SoftwareStatus::Installed;
+    return *isRunning ? SoftwareStatus::Running : SoftwareStatus::Installed;
+}
+
 bool matches(const AISoftware &software, const QString &searchText)
 {
     if (searchText.isEmpty())
@@ -72,7 +85,7 @@ QCoro::Task<> SoftwareListViewModel::loadData()
     m_services.store.merge(m_catalog);
     refilter();
     co_await detectAllStatus();
-    if (self)
+    if (self && !isDetectionInVain())
         co_await detectLocalVersions();
     if (!self)
         co_return;
@@ -87,22 +100,24 @@ QCoro::Task<> SoftwareListViewModel::loadData()
 QCoro::Task<> SoftwareListViewModel::detectAllStatus()
 {
     const QPointer self(this);
-    const auto isInstalled = co_await m_services.detection.detectAll(m_catalog);
+    const DetectionAnswers isInstalled = co_await m_services.detection.detectAll(m_catalog);
     if (!self)
+        co_return;
+    setDetectionFailure(isInstalled.failure);
+    if (isDetectionInVain())
         co_return;
     QStringList ids;
     for (const AISoftware *software : softwareList())
         ids.append(software->id());
-    const auto isRunning = co_await m_services.monitor.checkAllStatus(ids);
+    const DetectionAnswers isRunning = co_await m_services.monitor.checkAllStatus(ids);
     if (!self)
         co_return;
+    if (isRunning.failure)
+        setDetectionFailure(isRunning.failure);
     for (AISoftware *const software : softwareList()) {
         if (SoftwareStatus::isInProgress(software->status()))
             continue;
-        if (!isInstalled.value(software->id()))
-            software->setStatus(SoftwareStatus::NotInstalled);
-        else
-            software->setStatus(isRunning.value(software->id()) ? SoftwareStatus::Running : SoftwareStatus::Installed);
+        software->setStatus(detectedStatus(*software, isInstalled.of(software->id()), isRunning.of(software->id())));
         m_services.store.save(*software);
     }
 }
@@ -114,8 +129,12 @@ QCoro::Task<> SoftwareListViewModel::detectLocalVersions()
     for (const SoftwarePointer &software : list) {
         if (!software || !software->isUsable() || versionCommand(software->id()).isEmpty())
             continue;
-        const auto result = co_await m_services.detection.shell().run(versionCommand(software->id()));
+        const auto result = co_await m_services.detection.shell().ask(versionCommand(software->id()));
         if (!self)
+            co_return;
+        if (!result)
+            setDetectionFailure(result.error());
+        if (isDetectionInVain())
             co_return;
         if (!software || !result || result->exitCode != 0 || result->output.isEmpty())
             continue;
@@ -201,6 +220,17 @@ void SoftwareListViewModel::setErrorMessage(const QString &message)
 {
     m_errorMessage = message;
     Q_EMIT errorMessageChanged();
+}
+
+void SoftwareListViewModel::setDetectionFailure(const std::optional<ShellError> &failure)
+{
+    m_detectionFailure = failure;
+    Q_EMIT detectionFailureChanged();
+}
+
+bool SoftwareListViewModel::isDetectionInVain() const
+{
+    return m_detectionFailure && m_detectionFailure->isAboutProfile();
 }
 
 void SoftwareListViewModel::setIsOperating(bool isOperating)

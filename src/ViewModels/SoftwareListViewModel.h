@@ -3,6 +3,7 @@
 #include "Models/AISoftware.h"
 #include "Models/OpenClawConfig.h"
 #include "QQBotConnectViewModel.h"
+#include "Services/OperationLock.h"
 #include "Services/SoftwareInstallService.h"
 #include "SoftwareListModel.h"
 #include "TerminalOutput.h"
@@ -38,6 +39,7 @@ class SoftwareListViewModel : public QObject
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
     Q_PROPERTY(bool isOperating READ isOperating NOTIFY isOperatingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
+    Q_PROPERTY(QString detectionFailure READ detectionFailure NOTIFY detectionFailureChanged)
     Q_PROPERTY(bool showUserSwitchedAlert READ showUserSwitchedAlert WRITE setShowUserSwitchedAlert NOTIFY
                    showUserSwitchedAlertChanged)
     Q_PROPERTY(QStringList configuredSoftwareIds READ configuredSoftwareIds NOTIFY configuredSoftwareIdsChanged)
@@ -151,6 +153,8 @@ public:
     bool isOperating() const { return m_isOperating; }
     /// Empty when the last operation did not fail.
     QString errorMessage() const { return m_errorMessage; }
+    /// Why the list may not show the machine's real state; empty when every question was answered.
+    QString detectionFailure() const { return m_detectionFailure ? m_detectionFailure->description : QString(); }
     QStringList configuredSoftwareIds() const { return m_configuredSoftwareIds; }
     bool showUserSwitchedAlert() const { return m_showUserSwitchedAlert; }
     void setShowUserSwitchedAlert(bool show);
@@ -182,6 +186,7 @@ Q_SIGNALS:
     void isLoadingChanged();
     void isOperatingChanged();
     void errorMessageChanged();
+    void detectionFailureChanged();
     void showUserSwitchedAlertChanged();
     void configuredSoftwareIdsChanged();
     void agentStateChanged();
@@ -194,6 +199,17 @@ private:
     using Operation = SoftwareInstallService::Outcome (SoftwareInstallService::*)(
         QString, SoftwareCatalog::Entries, OutputHandler, SoftwareInstallService::StatusHandler);
     using StatusRule = void (*)(AISoftware &);
+    /// What an operation is called.
+    struct OperationKind {
+        QString name; ///< in the name of its log
+        QString verb; ///< in a sentence
+    };
+    static const OperationKind installKind;
+    static const OperationKind upgradeKind;
+    static const OperationKind uninstallKind;
+    static const OperationKind startKind;
+    static const OperationKind stopKind;
+    static const OperationKind configureKind;
 
     /// What the agents were last found connected to.
     struct AgentState {
@@ -212,16 +228,24 @@ private:
     bool isCurrent(int operation) const { return m_isOperating && operation == m_operation; }
 
     /// What install, upgrade and uninstall share. `rule` is applied after each status change.
-    QCoro::Task<> operate(SoftwarePointer software, Operation operation, StatusRule rule);
+    QCoro::Task<> operate(SoftwarePointer software, OperationKind kind, Operation operation, StatusRule rule);
+    /// The program for one operation, `verb` being what it does; none when another one has it, as
+    /// errorMessage says then.
+    QCoro::Task<std::optional<OperationLock>> takeProgram(QString softwareId, QString verb);
     /// After an install or upgrade: reads the version and brings OpenClaw's gateway up anew.
     QCoro::Task<> finishInstall(SoftwarePointer software);
     void forgetConnections(const QString &softwareId);
     /// The account, for the environment of a configuration command line.
     ShellService::Environment credentials() const;
 
-    OutputHandler outputHandler();
+    QCoro::Task<> runGateway();
+    /// Appends to the pane and to a log file of this operation; `kind` is its word in the file's name.
+    OutputHandler outputHandler(const QString &softwareId, const QString &kind);
     void print(const QString &text);
     void setErrorMessage(const QString &message);
+    void setDetectionFailure(const std::optional<ShellError> &failure);
+    /// The login profile keeps every command line from being run.
+    bool isDetectionInVain() const;
     void setIsOperating(bool isOperating);
     void setIsLoading(bool isLoading);
     void refilter();
@@ -237,6 +261,7 @@ private:
     bool m_isOperating = false;
     int m_operation = 0;
     QString m_errorMessage;
+    std::optional<ShellError> m_detectionFailure;
     QStringList m_configuredSoftwareIds;
     bool m_showUserSwitchedAlert = false;
     AgentState m_agents;

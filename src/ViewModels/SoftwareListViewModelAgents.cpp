@@ -50,10 +50,19 @@ QCoro::Task<> SoftwareListViewModel::configure(AISoftware *software)
         setErrorMessage(QStringLiteral("该软件没有配置命令"));
         co_return;
     }
+    const QString id = entry->id;
+    const QString commandLine = entry->configCommand;
     const int operation = beginOperation();
+    const auto lock = co_await takeProgram(id, configureKind.verb);
+    if (!self)
+        co_return;
+    if (!lock) {
+        endOperation(operation);
+        co_return;
+    }
     print(QStringLiteral(">>> 执行配置 (已注入 API 凭据)\n"));
-    const auto exitCode =
-        co_await m_services.installer.shell().runWithStreaming(entry->configCommand, outputHandler(), credentials());
+    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(
+        commandLine, outputHandler(id, configureKind.name), credentials());
     if (!self)
         co_return;
     if (!exitCode) {
@@ -80,9 +89,20 @@ QCoro::Task<> SoftwareListViewModel::openChat(AISoftware *)
 {
     m_terminalOutput.clear();
     print(QStringLiteral(">>> 启动 OpenClaw Gateway...\n"));
-    // The gateway runs on; how it ends is nobody's concern here.
-    m_services.installer.shell().runWithStreaming(QStringLiteral("~/.openclaw/bin/openclaw gateway"), outputHandler());
+    runGateway();
     co_return;
+}
+
+QCoro::Task<> SoftwareListViewModel::runGateway()
+{
+    const QPointer self(this);
+    // The gateway runs on; how it ends is nobody's concern here.
+    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(
+        QStringLiteral("~/.openclaw/bin/openclaw gateway"), outputHandler(openClawId, startKind.name));
+    if (!self || exitCode)
+        co_return;
+    print(QStringLiteral("\n❌ 启动失败: %1\n").arg(exitCode.error().description));
+    setErrorMessage(exitCode.error().description);
 }
 
 void SoftwareListViewModel::openHermesChat()
@@ -98,9 +118,16 @@ QCoro::Task<> SoftwareListViewModel::setupHermesGateway()
 {
     const QPointer self(this);
     const int operation = beginOperation();
+    const auto lock = co_await takeProgram(hermesId, configureKind.verb);
+    if (!self)
+        co_return;
+    if (!lock) {
+        endOperation(operation);
+        co_return;
+    }
     print(QStringLiteral(">>> 配置 Hermes 网关平台...\n"));
-    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(QStringLiteral("hermes gateway setup"),
-                                                                                 outputHandler(), credentials());
+    const auto exitCode = co_await m_services.installer.shell().runWithStreaming(
+        QStringLiteral("hermes gateway setup"), outputHandler(hermesId, configureKind.name), credentials());
     if (!self)
         co_return;
     if (!exitCode) {
@@ -129,9 +156,12 @@ QCoro::Task<> SoftwareListViewModel::disableApprovals()
         co_return;
     }
     const QPointer self(this);
-    co_await m_services.installer.shell().run(gatewayRestart);
-    if (self)
-        checkApprovalsStatus();
+    const auto restarted = co_await m_services.installer.shell().run(gatewayRestart);
+    if (!self)
+        co_return;
+    if (!restarted)
+        setErrorMessage(restarted.error().description);
+    checkApprovalsStatus();
 }
 
 void SoftwareListViewModel::saveOpenClawConfig()

@@ -2,6 +2,7 @@
 #include "Support/Table.h"
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -27,6 +28,11 @@ struct Recording {
     }
 };
 
+void unexpectedFailure(const InstallError &error)
+{
+    QFAIL(qPrintable(error.description()));
+}
+
 using Operation = SoftwareInstallService::Outcome (SoftwareInstallService::*)(QString, SoftwareCatalog::Entries,
                                                                               OutputHandler,
                                                                               SoftwareInstallService::StatusHandler);
@@ -49,6 +55,14 @@ private Q_SLOTS:
     void stop_data();
     void stop();
     void detection();
+    void questionWithoutAnAnswer();
+    void profileThatEndsTheShellIsNoSuccess();
+    void processQuestions();
+    void ollamaAnswers_data();
+    void ollamaAnswers();
+    void runningProgramIsFoundByItsExactName();
+    void startThatIsNotRun_data();
+    void startThatIsNotRun();
 };
 
 void tst_SoftwareInstallService::operation_data()
@@ -123,6 +137,12 @@ void tst_SoftwareInstallService::dependency()
     recording.end(QCoro::waitFor(
         scratch.installer.install(entry.id, {entry, needed, after}, recording.onOutput(), recording.onStatusChange())));
     QTEST(recording.error, "error");
+    // What cannot be installed at all says that first.
+    entry.installCommand.clear();
+    Recording without;
+    without.end(QCoro::waitFor(
+        scratch.installer.install(entry.id, {entry, needed, after}, without.onOutput(), without.onStatusChange())));
+    QCOMPARE(without.error, u"未配置安装命令"_s);
     const bool goesOn = recording.error.isEmpty();
     QCOMPARE(QFile::exists(scratch.path(u"installed"_s)), goesOn);
     QCOMPARE(QFile::exists(scratch.path(u"asked"_s)), goesOn);
@@ -152,11 +172,11 @@ void tst_SoftwareInstallService::startReturnsWhileTheProgramRuns()
     Scratch scratch;
     SoftwareCatalogEntry entry = testEntry(u"a"_s);
     Recording recording;
-    recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput()));
+    recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput(), unexpectedFailure));
     QCOMPARE(recording.error, u"未配置启动命令"_s);
 
     entry.startCommand = u"sleep 0.1; echo later; exit 1"_s;
-    recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput()));
+    recording.end(scratch.installer.start(entry.id, {entry}, recording.onOutput(), unexpectedFailure));
     QVERIFY(!recording.failed);
     QCOMPARE(recording.output, ">>> 正在启动 A...\n");
     QTRY_COMPARE(recording.output, ">>> 正在启动 A...\nlater\n");
@@ -190,20 +210,141 @@ void tst_SoftwareInstallService::detection()
     found.detectCommand = u"which zsh"_s;
     SoftwareCatalogEntry silent = testEntry(u"silent"_s);
     silent.detectCommand = u"true"_s;
+    SoftwareCatalogEntry failing = testEntry(u"failing"_s);
+    failing.detectCommand = u"echo found; false"_s;
+    // What a login profile prints is no answer.
+    scratch.write(u".zprofile"_s, "echo Welcome\n");
+    const auto isInstalled = QCoro::waitFor(scratch.detection.detectAll({found, silent, failing}));
+    QCOMPARE(isInstalled.byId, (QHash<QString, bool>{{u"found"_s, true}, {u"silent"_s, false}, {u"failing"_s, false}}));
+    QVERIFY(!isInstalled.failure);
     SoftwareCatalogEntry again = testEntry(u"found"_s);
-    const auto isInstalled = QCoro::waitFor(scratch.detection.detectAll({found, silent}));
-    QCOMPARE(isInstalled, (QHash<QString, bool>{{u"found"_s, true}, {u"silent"_s, false}}));
-    QVERIFY(!QCoro::waitFor(scratch.detection.detectAll({found, again}))[u"found"_s]);
+    QCOMPARE(QCoro::waitFor(scratch.detection.detectAll({found, again})).of(u"found"_s), false);
+}
 
-    scratch.write(u"bin/crewai"_s, "#!/bin/sh\nsleep 20\n");
-    auto program = scratch.shell.runWithStreaming(u"chmod +x ~/bin/crewai; ~/bin/crewai"_s, [](QUtf8StringView) { });
-    const QStringList ids{u"crewai"_s, u"unknown"_s};
-    QTRY_COMPARE(QCoro::waitFor(scratch.monitor.checkAllStatus(ids)),
-                 (QHash<QString, bool>{{u"crewai"_s, true}, {u"unknown"_s, false}}));
+void tst_SoftwareInstallService::questionWithoutAnAnswer()
+{
+    Scratch scratch;
+    ShellService impatient(scratch.home.path(), QStringLiteral(VAELIX_SOURCE_DIR "/resources/zsh"), u"/bin/zsh"_s, 1s);
+    SoftwareDetectionService detection(impatient);
+    SoftwareCatalogEntry slow = testEntry(u"slow"_s);
+    slow.detectCommand = u"echo x; sleep 30"_s;
+    SoftwareCatalogEntry next = testEntry(u"next"_s);
+    next.detectCommand = u"echo x"_s;
+    auto answers = QCoro::waitFor(detection.detectAll({slow, next}));
+    QCOMPARE(answers.byId, (QHash<QString, bool>{{u"next"_s, true}}));
+    QCOMPARE(answers.failure->kind, ShellError::Kind::TooSlow);
+
+    // A dependency that nobody knows of is not called missing.
+    SoftwareInstallService installer(impatient, detection);
+    SoftwareCatalogEntry dependent = testEntry(u"a"_s);
+    dependent.installCommand = u"touch ~/installed"_s;
+    dependent.dependencies = {u"slow"_s};
+    Recording recording;
+    recording.end(
+        QCoro::waitFor(installer.install(u"a"_s, {dependent, slow}, recording.onOutput(), recording.onStatusChange())));
+    QCOMPARE(recording.error, u"命令 1 秒内没有结束，已中止：echo x; sleep 30"_s);
+    QVERIFY(recording.statuses.isEmpty() && !QFile::exists(scratch.path(u"installed"_s)));
+
+    // With a profile that lets no line through there is no use in asking the next.
+    scratch.write(u".zprofile"_s, "echo login >> ~/logins; exit\n");
+    answers = QCoro::waitFor(detection.detectAll({slow, next}));
+    QVERIFY(answers.byId.isEmpty() && answers.failure->isAboutProfile());
+    QCOMPARE(scratch.read(u"logins"_s), "login\n");
+}
+
+void tst_SoftwareInstallService::profileThatEndsTheShellIsNoSuccess()
+{
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, "exit 0\n");
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.installCommand = u"touch ~/installed"_s;
+    Recording recording;
+    recording.end(
+        QCoro::waitFor(scratch.installer.install(u"a"_s, {entry}, recording.onOutput(), recording.onStatusChange())));
+    const QString sentence = u"登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell，命令没有执行"_s;
+    QCOMPARE(recording.error, sentence);
+    QCOMPARE(QString::fromUtf8(recording.output), u">>> 正在安装 A...\n\n❌ 安装失败: %1\n"_s.arg(sentence));
+    QCOMPARE(recording.statuses, (QStringList{u"installing"_s, u"error"_s}));
+}
+
+/// The lines that ask what runs, as the programs on the search path see them.
+void tst_SoftwareInstallService::processQuestions()
+{
+    Scratch scratch;
+    const QByteArray record = "#!/bin/sh\necho \"${0##*/} $*\" >> ~/asked\necho '{\"version\":\"0.5.7\"}'\n";
+    scratch.writeProgram(u"bin/curl"_s, record);
+    scratch.writeProgram(u"bin/pgrep"_s, record + "[ \"$2\" = hermes ]\n");
+    scratch.write(u".zprofile"_s, "PATH=~/bin:$PATH\n");
+    const QStringList ids{u"stable-diffusion"_s, u"unknown"_s, u"crewai"_s, u"ollama"_s, u"openclaw"_s, u"hermes"_s};
+    const auto answers = QCoro::waitFor(scratch.monitor.checkAllStatus(ids));
+    QCOMPARE(scratch.read(u"asked"_s),
+             "curl -s http://localhost:11434/api/version\npgrep -x DiffusionBee\npgrep -x crewai\n"
+             "pgrep -x openclaw\npgrep -x hermes\n");
+    QCOMPARE(answers.byId,
+             (QHash<QString, bool>{{u"stable-diffusion"_s, false},
+                                   {u"unknown"_s, false},
+                                   {u"crewai"_s, false},
+                                   {u"ollama"_s, true},
+                                   {u"openclaw"_s, false},
+                                   {u"hermes"_s, true}}));
+    QVERIFY(QCoro::waitFor(scratch.monitor.checkAllStatus({})).byId.isEmpty());
+}
+
+void tst_SoftwareInstallService::ollamaAnswers_data()
+{
+    const auto row = columns<QByteArray, bool>("curl", "isRunning");
+    row("with a version", "echo '{}'\n", true);
+    row("with nothing", "true\n", false);
+    row("not at all", "echo refused; exit 7\n", false);
+}
+
+void tst_SoftwareInstallService::ollamaAnswers()
+{
+    QFETCH(QByteArray, curl);
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, "curl() {\n" + curl.chopped(1).replace("exit", "return") + "\n}\n");
+    QTEST(QCoro::waitFor(scratch.monitor.isOllamaRunning()).value(), "isRunning");
+}
+
+void tst_SoftwareInstallService::runningProgramIsFoundByItsExactName()
+{
+    Scratch scratch;
+    scratch.writeProgram(u"bin/crewai"_s, "#!/bin/sh\nsleep 20\n");
+    auto program = scratch.shell.runWithStreaming(u"~/bin/crewai"_s, [](QUtf8StringView) { });
+    const auto isRunning = [&] {
+        return QCoro::waitFor(scratch.monitor.checkAllStatus({u"crewai"_s})).of(u"crewai"_s);
+    };
+    QTRY_COMPARE(isRunning(), true);
     scratch.shell.currentStreamingProcess->terminate();
     QVERIFY(QCoro::waitFor(std::move(program)).value() != 0);
-    QVERIFY(!QCoro::waitFor(scratch.monitor.checkAllStatus(ids))[u"crewai"_s]);
-    QVERIFY(QCoro::waitFor(scratch.monitor.checkAllStatus({})).isEmpty());
+    QCOMPARE(isRunning(), false);
+}
+
+void tst_SoftwareInstallService::startThatIsNotRun_data()
+{
+    const auto row = columns<QString, QByteArray, QString>("shell", "profile", "error");
+    row("no shell", u"/nonexistent/zsh"_s, {}, u"无法启动 /nonexistent/zsh：找不到该程序，请先安装 zsh"_s);
+    row("profile ends", u"/bin/zsh"_s, "exit\n",
+        u"登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell，命令没有执行"_s);
+}
+
+void tst_SoftwareInstallService::startThatIsNotRun()
+{
+    QFETCH(QString, shell);
+    QFETCH(QByteArray, profile);
+    QFETCH(QString, error);
+    Scratch scratch;
+    scratch.write(u".zprofile"_s, profile);
+    ShellService service(scratch.home.path(), QStringLiteral(VAELIX_SOURCE_DIR "/resources/zsh"), shell);
+    SoftwareInstallService installer(service, scratch.detection);
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.startCommand = u"true"_s;
+    Recording recording;
+    QStringList failures;
+    const auto onFailure = [&](const InstallError &failure) { failures.append(failure.description()); };
+    QVERIFY(installer.start(entry.id, {entry}, recording.onOutput(), onFailure));
+    QTRY_COMPARE(failures, QStringList{error});
+    QCOMPARE(QString::fromUtf8(recording.output), u">>> 正在启动 A...\n\n❌ 启动失败: %1\n"_s.arg(error));
 }
 
 QTEST_GUILESS_MAIN(tst_SoftwareInstallService)

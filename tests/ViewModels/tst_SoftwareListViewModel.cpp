@@ -1,7 +1,10 @@
 #include "Support/Scratch.h"
 #include "Support/Table.h"
 
+#include <QDir>
+#include <QProcess>
 #include <QSignalSpy>
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -28,6 +31,39 @@ struct Fixture {
     SoftwareListViewModel viewModel{scratch.services()};
 };
 
+/// The scratch home's services over a shell that gives up after two seconds.
+struct ImpatientServices {
+    explicit ImpatientServices(Scratch &all)
+        : scratch(all)
+    {
+    }
+
+    SoftwareListViewModel::Services services()
+    {
+        return {scratch.catalog,
+                scratch.store,
+                detection,
+                monitor,
+                installer,
+                scratch.keychain,
+                scratch.defaults,
+                scratch.folders,
+                scratch.openClaw,
+                scratch.hermes,
+                scratch.workspace,
+                scratch.qqBotConnection,
+                scratch.weChatConnection};
+    }
+
+    Scratch &scratch;
+    ShellService shell{scratch.home.path(), QStringLiteral(VAELIX_SOURCE_DIR "/resources/zsh"), u"/bin/zsh"_s, 2s};
+    SoftwareDetectionService detection{shell};
+    SoftwareMonitorService monitor{shell};
+    SoftwareInstallService installer{shell, detection};
+};
+
+using Command = QCoro::Task<> (SoftwareListViewModel::*)(AISoftware *);
+
 /// An entry that is installed while the file ~/installed exists.
 SoftwareCatalogEntry installable(const QString &id = u"a"_s)
 {
@@ -39,6 +75,8 @@ SoftwareCatalogEntry installable(const QString &id = u"a"_s)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Command)
 
 class tst_SoftwareListViewModel : public QObject
 {
@@ -65,6 +103,16 @@ private Q_SLOTS:
     void filter();
     void filteredRowsKeepTheirDelegates();
     void detectionSparesSoftwareInProgress();
+    void unansweredQuestionLeavesTheStatus();
+    void profileThatNeverEndsIsNamedOnce();
+    void greetingIsNoVersion();
+    void programInAnotherHandIsLeftAlone_data();
+    void programInAnotherHandIsLeftAlone();
+    void programCanBeInstalledAnewAfterACancel();
+    void startThatIsNotRunSaysSo_data();
+    void startThatIsNotRunSaysSo();
+    void stopThatCannotBeStartedLeavesTheStatus();
+    void outputIsLogged();
     void selectionEndsWithTheCatalogEntry();
     void viewModelMayGoWhileAnOperationRuns();
 };
@@ -234,10 +282,13 @@ void tst_SoftwareListViewModel::cancellingEndsTheProgramAndKeepsTheWindowIdle()
     Fixture fixture({entry});
     auto installing = fixture.viewModel.install(fixture.software());
     QTRY_VERIFY(fixture.output().contains("begun"));
+    const auto process = fixture.scratch.shell.currentStreamingProcess;
     fixture.viewModel.cancelInstall(fixture.software());
     QVERIFY(!fixture.viewModel.isOperating());
     QCOMPARE(fixture.output(), ">>> 正在安装 A...\nbegun\n\n⚠️ 已取消\n");
     QCoro::waitFor(std::move(installing));
+    QVERIFY(process->exitCode().value() > 128);
+    QVERIFY(!QFile::exists(fixture.scratch.path(u"installed"_s)));
     QCOMPARE(fixture.software()->status(), SoftwareStatus::NotInstalled);
     QCOMPARE(fixture.scratch.store.loadAll()[u"a"_s].status, SoftwareStatus::NotInstalled);
     QVERIFY(!fixture.scratch.shell.currentStreamingProcess);
@@ -379,6 +430,171 @@ void tst_SoftwareListViewModel::detectionSparesSoftwareInProgress()
     QCOMPARE(fixture.software()->status(), SoftwareStatus::Installing);
     QCoro::waitFor(std::move(installing));
     QCOMPARE(fixture.software()->status(), SoftwareStatus::Installed);
+}
+
+void tst_SoftwareListViewModel::unansweredQuestionLeavesTheStatus()
+{
+    Scratch scratch;
+    ImpatientServices impatient(scratch);
+    const QString ollama = u"ollama"_s;
+    SoftwareCatalogEntry hanging = installable();
+    hanging.detectCommand = u"ls ~/installed && until [ -e ~/go ]; do sleep 0.1; done"_s;
+    SoftwareCatalogEntry served = installable(ollama);
+    scratch.setCatalog({hanging, served});
+    scratch.write(u"installed"_s, {});
+    scratch.write(u"go"_s, {});
+    scratch.write(u".zprofile"_s, "curl() { until [ -e ~/go ]; do sleep 0.1; done; echo '{}' }\n");
+    SoftwareListViewModel viewModel(impatient.services());
+    QCoro::waitFor(viewModel.loadData());
+    QCOMPARE(viewModel.software(u"a"_s)->status(), SoftwareStatus::Installed);
+    QCOMPARE(viewModel.software(ollama)->status(), SoftwareStatus::Running);
+    QVERIFY(viewModel.detectionFailure().isEmpty());
+
+    QFile::remove(scratch.path(u"go"_s));
+    QCoro::waitFor(viewModel.detectAllStatus());
+    QCOMPARE(viewModel.software(u"a"_s)->status(), SoftwareStatus::Installed);
+    QCOMPARE(viewModel.software(ollama)->status(), SoftwareStatus::Running);
+    QCOMPARE(scratch.store.loadAll()[ollama].status, SoftwareStatus::Running);
+    QVERIFY(viewModel.detectionFailure().contains(u"秒内没有结束"_s));
+
+    scratch.write(u"go"_s, {});
+    QCoro::waitFor(viewModel.detectAllStatus());
+    QVERIFY(viewModel.detectionFailure().isEmpty());
+}
+
+void tst_SoftwareListViewModel::profileThatNeverEndsIsNamedOnce()
+{
+    Scratch scratch;
+    ImpatientServices impatient(scratch);
+    scratch.setCatalog({installable(), installable(openClaw)});
+    scratch.write(u"installed"_s, {});
+    SoftwareListViewModel viewModel(impatient.services());
+    QCoro::waitFor(viewModel.loadData());
+    scratch.write(u".zprofile"_s, "echo login >> ~/logins; while :; do sleep 1; done\n");
+    QCoro::waitFor(viewModel.loadData());
+    QVERIFY(!viewModel.isLoading());
+    QVERIFY(viewModel.detectionFailure().startsWith(u"登录配置（~/.zprofile 等）"_s));
+    QCOMPARE(viewModel.software(u"a"_s)->status(), SoftwareStatus::Installed);
+    QCOMPARE(scratch.read(u"logins"_s), "login\n");
+}
+
+void tst_SoftwareListViewModel::greetingIsNoVersion()
+{
+    Fixture fixture({installable(openClaw)});
+    fixture.scratch.write(u"installed"_s, {});
+    fixture.scratch.write(
+        u".zprofile"_s, "echo Welcome; openclaw() { echo OpenClaw 1.0; [[ -e ~/broken ]] && return 1 || return 0 }\n");
+    QCoro::waitFor(fixture.viewModel.loadData());
+    QCOMPARE(fixture.software(openClaw)->version(), u"OpenClaw 1.0"_s);
+
+    // Nor is what a program prints that fails.
+    fixture.software(openClaw)->setVersion(u"before"_s);
+    fixture.scratch.write(u"broken"_s, {});
+    QCoro::waitFor(fixture.viewModel.detectLocalVersions());
+    QCOMPARE(fixture.software(openClaw)->version(), u"before"_s);
+}
+
+void tst_SoftwareListViewModel::programInAnotherHandIsLeftAlone_data()
+{
+    const auto row = columns<Command>("command");
+    row("install", &SoftwareListViewModel::install);
+    row("upgrade", &SoftwareListViewModel::upgrade);
+    row("uninstall", &SoftwareListViewModel::uninstall);
+    row("start", &SoftwareListViewModel::start);
+    row("stop", &SoftwareListViewModel::stop);
+    row("configure", &SoftwareListViewModel::configure);
+}
+
+void tst_SoftwareListViewModel::programInAnotherHandIsLeftAlone()
+{
+    QFETCH(Command, command);
+    SoftwareCatalogEntry entry = installable();
+    entry.installCommand = entry.upgradeCommand = entry.uninstallCommand = entry.startCommand = entry.stopCommand =
+        entry.configCommand = u"touch ~/was-run"_s;
+    Fixture fixture({entry});
+    const QString lock = u".local/state/vaelix/locks/a.lock"_s;
+    fixture.scratch.write(lock, "1234\n安装\n");
+    QProcess other;
+    other.start(u"flock"_s, {fixture.scratch.path(lock), u"-c"_s, u"echo held; cat"_s});
+    QVERIFY(other.waitForReadyRead());
+    const auto status = fixture.software()->status();
+    const auto refused = std::invoke(command, fixture.viewModel, fixture.software());
+    QCoro::waitFor(refused);
+    QCOMPARE(fixture.viewModel.errorMessage(), u"A 正在由另一个 Vaelix（进程 1234）安装"_s);
+    QVERIFY(!fixture.viewModel.isOperating());
+    QCOMPARE(fixture.software()->status(), status);
+    QVERIFY(!QFile::exists(fixture.scratch.path(u"was-run"_s)));
+
+    other.closeWriteChannel();
+    QVERIFY(other.waitForFinished());
+    const auto run = std::invoke(command, fixture.viewModel, fixture.software());
+    QCoro::waitFor(run);
+    QTRY_VERIFY(QFile::exists(fixture.scratch.path(u"was-run"_s)));
+}
+
+void tst_SoftwareListViewModel::programCanBeInstalledAnewAfterACancel()
+{
+    SoftwareCatalogEntry entry = installable();
+    entry.installCommand = u"echo $$ >> ~/begun; [[ -e ~/quick ]] || sleep 30; touch ~/installed"_s;
+    Fixture fixture({entry});
+    auto first = fixture.viewModel.install(fixture.software());
+    QTRY_VERIFY(!fixture.scratch.read(u"begun"_s).isEmpty());
+    const pid_t shell = fixture.scratch.read(u"begun"_s).trimmed().toInt();
+    QCOMPARE(::kill(shell, 0), 0);
+    fixture.viewModel.cancelInstall(fixture.software());
+    fixture.scratch.write(u"quick"_s, {});
+    QCoro::waitFor(fixture.viewModel.install(fixture.software()));
+    QCOMPARE(fixture.viewModel.errorMessage(), QString());
+    QCOMPARE(fixture.software()->status(), SoftwareStatus::Installed);
+    QCOMPARE(::kill(shell, 0), -1);
+    QCoro::waitFor(std::move(first));
+}
+
+void tst_SoftwareListViewModel::startThatIsNotRunSaysSo_data()
+{
+    const auto row = columns<QString, QByteArray, QString>("startCommand", "profile", "error");
+    row("line too long", QString(200'000, u':'), {}, u"无法执行命令：命令行过长（超过 128 KB）"_s);
+    row("profile ends", u"true"_s, "exit\n",
+        u"登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell，命令没有执行"_s);
+}
+
+void tst_SoftwareListViewModel::startThatIsNotRunSaysSo()
+{
+    QFETCH(QString, startCommand);
+    QFETCH(QByteArray, profile);
+    QFETCH(QString, error);
+    SoftwareCatalogEntry entry = installable(openClaw);
+    entry.startCommand = startCommand;
+    Fixture fixture({entry});
+    fixture.scratch.write(u".zprofile"_s, profile);
+    QCoro::waitFor(fixture.viewModel.start(fixture.software(openClaw)));
+    QCOMPARE(fixture.viewModel.errorMessage(), error);
+    QCOMPARE(fixture.software(openClaw)->status(), SoftwareStatus::NotInstalled);
+    QVERIFY(fixture.output().endsWith(u"❌ 启动失败: %1\n"_s.arg(error).toUtf8()));
+}
+
+void tst_SoftwareListViewModel::stopThatCannotBeStartedLeavesTheStatus()
+{
+    SoftwareCatalogEntry entry = installable();
+    entry.startCommand = u"true"_s;
+    entry.stopCommand = QString(200'000, u':');
+    Fixture fixture({entry});
+    QCoro::waitFor(fixture.viewModel.start(fixture.software()));
+    QCoro::waitFor(fixture.viewModel.stop(fixture.software()));
+    QCOMPARE(fixture.software()->status(), SoftwareStatus::Running);
+    QCOMPARE(fixture.scratch.store.loadAll()[u"a"_s].status, SoftwareStatus::Running);
+    QCOMPARE(fixture.viewModel.errorMessage(), u"无法执行命令：命令行过长（超过 128 KB）"_s);
+}
+
+void tst_SoftwareListViewModel::outputIsLogged()
+{
+    Fixture fixture({installable()});
+    QCoro::waitFor(fixture.viewModel.install(fixture.software()));
+    const QDir folder(fixture.scratch.path(u".local/state/vaelix/logs/a"_s));
+    const QStringList logs = folder.entryList({u"install-*.log"_s});
+    QCOMPARE(logs.size(), 1);
+    QCOMPARE(fixture.scratch.read(u".local/state/vaelix/logs/a/"_s + logs.first()),
+             ">>> 正在安装 A...\nworking\n\n✅ 安装完成\n");
 }
 
 void tst_SoftwareListViewModel::selectionEndsWithTheCatalogEntry()
