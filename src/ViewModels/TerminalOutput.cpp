@@ -21,6 +21,9 @@ constexpr qsizetype completionScanCharacters = 100;
 /// Room for the characters that are scanned, all but the longest.
 constexpr qsizetype scannedBytes = 16 * progressScanCharacters;
 
+/// So that dropping, which moves all that is kept, is done once in so many bytes.
+constexpr qsizetype droppedAtOnce = 4 * 1024 * 1024;
+
 /// The last this many bytes hold `shownCharacters` of Chinese text; a text of longer characters, or of
 /// many colours, is decoded anew with more.
 constexpr qsizetype decodedBytes = 20 * 1024;
@@ -135,6 +138,8 @@ void TerminalOutput::append(QUtf8StringView text)
         return;
     const bool wasEmpty = isEmpty();
     m_text.append(text.data(), text.size());
+    if (m_text.size() > keptBytes + droppedAtOnce)
+        dropBeginning();
     Q_EMIT appended(text);
     if (wasEmpty)
         Q_EMIT isEmptyChanged();
@@ -142,10 +147,17 @@ void TerminalOutput::append(QUtf8StringView text)
         m_refreshTimer.start(std::max(0ms, refreshInterval - milliseconds(m_sinceRefresh.elapsed())));
 }
 
+void TerminalOutput::dropBeginning()
+{
+    m_text = lastBytes(m_text, keptBytes).toByteArray();
+    m_isWhole = false;
+}
+
 void TerminalOutput::clear()
 {
     const bool wasEmpty = isEmpty();
     m_text.clear();
+    m_isWhole = true;
     m_refreshTimer.stop();
     refresh();
     if (!wasEmpty)
@@ -172,7 +184,7 @@ void TerminalOutput::refresh()
         if (isWhole || shown.size() < end.size())
             break;
     }
-    isWhole = isWhole && shown.size() == end.size();
+    isWhole = isWhole && m_isWhole && shown.size() == end.size();
     m_displayText = isWhole ? end : QStringLiteral("...\n") + shown.toString();
     // As it came: what a redrawn line said before is a part of it.
     m_progress = curlProgress(withoutEscapes(QString::fromUtf8(lastBytes(m_text, scannedBytes))));

@@ -7,7 +7,7 @@
 #include <QUtf8StringView>
 #include <optional>
 
-/// The text an operation has written so far, kept whole as UTF-8, and what the terminal pane shows
+/// The text an operation has written so far, its last 20 MiB, as UTF-8, and what the terminal pane shows
 /// of it. Only the tail is ever looked at, and at most 60 times a second, so output may be long and
 /// come in many pieces. "Characters" are user-perceived ones. Interface thread only.
 class TerminalOutput : public QObject
@@ -24,7 +24,10 @@ public:
     void append(QUtf8StringView text);
     void clear();
 
-    /// Everything so far. Copying it costs as much as it is long.
+    /// How much of the text is kept at least; what came before is dropped now and then.
+    static constexpr qsizetype keptBytes = 20 * 1024 * 1024;
+
+    /// What is kept of everything so far. Copying it costs as much as it is long.
     const QByteArray &text() const { return m_text; }
     bool isEmpty() const { return m_text.isEmpty(); }
 
@@ -45,8 +48,10 @@ Q_SIGNALS:
 
 private:
     void refresh();
+    void dropBeginning();
 
     QByteArray m_text;
+    bool m_isWhole = true; ///< nothing was dropped
     QString m_displayText;
     std::optional<double> m_progress;
     QTimer m_refreshTimer;

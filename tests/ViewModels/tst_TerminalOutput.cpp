@@ -35,6 +35,7 @@ private Q_SLOTS:
     void curlProgress();
     void shownAtMostSixtyTimesASecondAndOnceAtTheEnd();
     void clearingTellsAtOnce();
+    void onlyTheEndOfLongOutputIsKept();
 };
 
 void tst_TerminalOutput::shownTail_data()
@@ -186,6 +187,24 @@ void tst_TerminalOutput::clearingTellsAtOnce()
     QSignalSpy shown(&output, &TerminalOutput::shownChanged);
     QTest::qWait(40);
     QCOMPARE(shown.count(), 0);
+}
+
+void tst_TerminalOutput::onlyTheEndOfLongOutputIsKept()
+{
+    TerminalOutput output;
+    const QByteArray piece = QByteArray("中").repeated(1024 * 1024 / 3);
+    for (int megabytes = 0; megabytes < 100; ++megabytes) {
+        output.append(QUtf8StringView(piece));
+        QCOMPARE_LE(output.text().size(), TerminalOutput::keptBytes + 5 * 1024 * 1024);
+    }
+    append(output, u"完"_s);
+    QCOMPARE_GE(output.text().size(), TerminalOutput::keptBytes);
+    QVERIFY(output.text().startsWith("中") && output.text().endsWith("中完"));
+    QTRY_VERIFY(output.displayText().startsWith(u"...\n中"_s) && output.displayText().endsWith(u"完"_s));
+
+    output.clear();
+    append(output, u"anew"_s);
+    QTRY_COMPARE(output.displayText(), u"anew"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_TerminalOutput)
