@@ -60,6 +60,7 @@ private Q_SLOTS:
     void theKeyboardMovesTheSelection();
     void everyButtonHasANameAndAPlaceInTheTabOrder();
     void aFailureIsShown();
+    void aLoginProfileInTheWayIsNamed();
     void factsWithoutAValueAreLeftOut();
     void thePaneFollowsTheOutputAndCopiesAllOfIt();
     void iconsComeFromTheAccountServer();
@@ -312,6 +313,21 @@ void tst_SoftwareScreens::aFailureIsShown()
     QTRY_VERIFY(!m_screens->viewModel.errorMessage().isEmpty());
     QVERIFY(m_screens->alert(m_screens->viewModel.errorMessage()));
     QVERIFY(m_screens->shows(m_screens->viewModel.errorMessage()));
+}
+
+void tst_SoftwareScreens::aLoginProfileInTheWayIsNamed()
+{
+    m_screens->scratch.write(u".zprofile"_s, "exit\n");
+    m_screens->openSoftware(entries());
+    const QString sentence = u"登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell，命令没有执行"_s;
+    QTRY_VERIFY(m_screens->alert(sentence));
+    QVERIFY(m_screens->shows(sentence));
+    // Pushed down, the list is still there.
+    m_screens->select(u"OpenClaw"_s);
+
+    m_screens->scratch.write(u".zprofile"_s, {});
+    m_screens->click(m_screens->button(u"刷新"_s));
+    QTRY_VERIFY(!m_screens->alert(sentence));
 }
 
 void tst_SoftwareScreens::factsWithoutAValueAreLeftOut()

@@ -50,6 +50,7 @@ private Q_SLOTS:
     void cleanup();
 
     void aPackageIsBought();
+    void aCodeTooLongToDrawIsToldOf();
     void aPaymentSheetThatIsClosedStopsAsking_data();
     void aPaymentSheetThatIsClosedStopsAsking();
     void messagesOfAPurchase_data();
@@ -176,6 +177,16 @@ void tst_TokenScreens::aPackageIsBought()
     QTRY_VERIFY(m_screens->tokenViewModel.transactions()->rowCount() > rows);
     m_screens->click(m_screens->button(u"关闭提示"_s));
     QTRY_VERIFY(!m_screens->shows(u"标准版 已到账"_s));
+}
+
+void tst_TokenScreens::aCodeTooLongToDrawIsToldOf()
+{
+    const QByteArray order = R"({"orderNo":"1","amountYuan":39.9,"qrUrl":"weixin://)" + QByteArray(3000, 'x') + "\"}";
+    m_server->faults().set("POST", u"/api/v1/token/recharge"_s, {.status = 200, .body = envelope(order)});
+    openTokens();
+    buy(standard);
+    QTRY_VERIFY(m_screens->shows(u"微信扫码支付"_s));
+    QTRY_VERIFY(m_screens->shows(u"二维码内容过长，无法显示，请取消后重新下单"_s));
 }
 
 void tst_TokenScreens::aPaymentSheetThatIsClosedStopsAsking_data()

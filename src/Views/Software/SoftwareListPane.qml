@@ -86,13 +86,24 @@ FocusScope {
         anchors.topMargin: Theme.spacingM
         width: parent.width
     }
+    ErrorBanner {
+        id: detectionFailure
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: separator.bottom
+        anchors.margins: visible ? Theme.spacingM : 0
+        height: visible ? implicitHeight : 0
+        message: pane.viewModel.detectionFailure
+        visible: message !== ""
+    }
     SoftwareList {
         id: list
 
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
-        anchors.top: separator.bottom
+        anchors.top: detectionFailure.bottom
         viewModel: pane.viewModel
     }
     EmptyPlaceholder {

@@ -58,7 +58,18 @@ Sheet {
                 anchors.centerIn: parent
                 color: "#6E6E73" // on white in either look
                 size: Theme.spacingXXL
-                visible: code.status !== Image.Ready
+                visible: code.status !== Image.Ready && !failure.visible
+            }
+            Label {
+                id: failure
+
+                anchors.centerIn: parent
+                width: code.width
+                color: "#1D1D1F" // on white in either look
+                horizontalAlignment: Text.AlignHCenter
+                text: "二维码内容过长，无法显示，请取消后重新下单"
+                visible: code.status === Image.Error
+                wrapMode: Text.Wrap
             }
         }
         Label {
