@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <span>
 
@@ -37,6 +38,8 @@ static QStringList takeAddresses(int &argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
+    // A parent that ignores it would have us inherit that, and the kernel keep every exit status to itself.
+    std::signal(SIGCHLD, SIG_DFL);
     QCoreApplication::setApplicationName(QStringLiteral("Vaelix"));
     const QStringList addresses = takeAddresses(argc, argv);
     return argc > 1 ? runCommandLine(argc, argv) : VaelixApp::run(argc, argv, addresses);

@@ -20,9 +20,19 @@ public:
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("VAELIX_SERVER_ORIGIN"), m_server.start(0).value());
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), scratch.path());
+        environment.insert(QStringLiteral("XDG_STATE_HOME"), scratch.path());
+        environment.insert(QStringLiteral("ZDOTDIR"), scratch.path());
         environment.remove(QStringLiteral("DISPLAY"));
         environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
         process.setProcessEnvironment(environment);
+    }
+
+    /// The login profile of the program's shells.
+    void setProfile(const QByteArray &content) const
+    {
+        QFile file(scratch.filePath(QStringLiteral(".zprofile")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
     }
 
     void start(const QStringList &arguments)
@@ -82,6 +92,13 @@ private Q_SLOTS:
     void startStaysUntilTheProgramEnds();
     void interruptLeavesAStartedProgramRunning();
     void interruptCancelsAnInstall();
+    void interruptLeavesNoProfileRunning_data();
+    void interruptLeavesNoProfileRunning();
+    void profileThatEndsTheShell_data();
+    void profileThatEndsTheShell();
+    void profileThatLeavesAProgramBehind();
+    void twoInstallsAtOnce();
+    void parentThatIgnoresTheEndOfChildren();
 };
 
 void tst_CommandLine::invocation_data()
@@ -174,6 +191,102 @@ void tst_CommandLine::interruptCancelsAnInstall()
     QVERIFY(program.output.contains("\n⚠️ 已取消\n"));
     QVERIFY(!QFile::exists(folder.filePath(u"installed"_s)));
     QTRY_VERIFY(QProcess::execute(u"pgrep"_s, {u"-f"_s, u"^sleep 4713"_s}) != 0);
+}
+
+void tst_CommandLine::interruptLeavesNoProfileRunning_data()
+{
+    const auto row = columns<QString>("command");
+    row("list", u"list"_s);
+    row("install a", u"install a"_s);
+}
+
+void tst_CommandLine::interruptLeavesNoProfileRunning()
+{
+    QFETCH(QString, command);
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    program.setProfile("echo $$ > $ZDOTDIR/shell.new; mv $ZDOTDIR/shell.new $ZDOTDIR/shell; while :; do :; done\n");
+    program.start(QStringList{u"software"_s} + command.split(u' '));
+    QFile shell(program.scratch.filePath(u"shell"_s));
+    QTRY_VERIFY_WITH_TIMEOUT(shell.open(QIODevice::ReadOnly), 20'000);
+    const pid_t pid = shell.readAll().trimmed().toInt();
+    QCOMPARE(::kill(pid, 0), 0);
+    ::kill(pid_t(program.process.processId()), SIGINT);
+    program.finish();
+    QCOMPARE(program.process.exitCode(), 128 + SIGINT);
+    QTRY_COMPARE(::kill(pid, 0), -1);
+}
+
+void tst_CommandLine::profileThatEndsTheShell_data()
+{
+    const auto row = columns<QString, QByteArray>("command", "output");
+    row("list", u"list"_s, "a   A     未安装\n");
+    row("install", u"install a"_s, "❌ 安装失败: 登录配置");
+    row("start", u"start a"_s, "❌ 启动失败: 登录配置");
+    row("stop", u"stop a"_s, ">>> 正在停止 A...\n");
+}
+
+void tst_CommandLine::profileThatEndsTheShell()
+{
+    QFETCH(QString, command);
+    QFETCH(QByteArray, output);
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    program.setProfile("exit 0\n");
+    program.start(QStringList{u"software"_s} + command.split(u' '));
+    program.finish();
+    QCOMPARE(program.process.exitCode(), 1);
+    QVERIFY2(program.output.contains(output), program.output.constData());
+    QVERIFY2(program.errorOutput.contains("登录配置（~/.zprofile 等）中的 exit 或 exec 提前结束了 shell"),
+             program.errorOutput.constData());
+}
+
+void tst_CommandLine::profileThatLeavesAProgramBehind()
+{
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    program.setProfile("echo Welcome\nsleep 4722 &\n");
+    program.start({u"software"_s, u"list"_s});
+    program.finish();
+    QCOMPARE(program.process.exitCode(), 0);
+    QVERIFY(program.output.contains("a   A     未安装\n"));
+    QVERIFY(QProcess::execute(u"pgrep"_s, {u"-f"_s, u"^sleep 4722"_s}) != 0);
+}
+
+void tst_CommandLine::twoInstallsAtOnce()
+{
+    QTemporaryDir folder;
+    SoftwareCatalogEntry entry = entryIn(folder.path());
+    entry.installCommand =
+        u"echo begun; until [ -e %1/go ]; do sleep 0.1; done; echo once >> %1/installed"_s.arg(folder.path());
+    Program first({entry});
+    Program second({entry});
+    QProcessEnvironment environment = second.process.processEnvironment();
+    environment.insert(u"XDG_STATE_HOME"_s, first.scratch.path());
+    second.process.setProcessEnvironment(environment);
+    first.start({u"software"_s, u"install"_s, u"a"_s});
+    QTRY_VERIFY_WITH_TIMEOUT((first.output += first.process.readAllStandardOutput()).contains("begun"), 20'000);
+    second.start({u"software"_s, u"uninstall"_s, u"a"_s});
+    second.finish();
+    QCOMPARE(second.process.exitCode(), 1);
+    QCOMPARE(QString::fromUtf8(second.errorOutput),
+             u"A 正在由另一个 Vaelix（进程 %1）安装\n"_s.arg(first.process.processId()));
+    QFile go(folder.filePath(u"go"_s));
+    QVERIFY(go.open(QIODevice::WriteOnly));
+    first.finish();
+    QCOMPARE(first.process.exitCode(), 0);
+    QVERIFY(first.output.contains("✅ 安装完成"));
+}
+
+void tst_CommandLine::parentThatIgnoresTheEndOfChildren()
+{
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    program.process.start(
+        u"env"_s,
+        {u"--ignore-signal=CHLD"_s, QStringLiteral(VAELIX_EXECUTABLE), u"software"_s, u"uninstall"_s, u"a"_s});
+    program.finish();
+    QVERIFY2(program.output.contains("❌ 卸载失败 (exit code: 2)"), program.output.constData());
 }
 
 QTEST_GUILESS_MAIN(tst_CommandLine)

@@ -207,6 +207,9 @@ void tst_AgentConnections::weChatOutcome()
     QCOMPARE(states, QStringList({u"starting"_s, u"scan"_s, isSuccess ? u"success"_s : u"failed"_s}));
     QVERIFY(!viewModel.isRunning());
     QCOMPARE(home.calls().contains(u"pkill -f openclaw-gateway"_s), isSuccess);
+    if (isSuccess)
+        QTRY_COMPARE(home.read(u".openclaw/gateway.log"_s), "listening\n");
+    QCOMPARE(home.calls().contains(u"gateway"_s), isSuccess);
 
     // Once more, from the beginning.
     QCoro::waitFor(viewModel.runInstall(u"echo again"_s));
