@@ -1,16 +1,20 @@
 #include "FolderCopy.h"
 
+#include "FileDescriptor.h"
+#include "FolderContent.h"
+
 #include <QCoroFuture>
 #include <QFile>
 #include <QtConcurrentRun>
+#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::uintmax_t roundingPerFile = 4096;
 
 using Copied = std::expected<void, FileError>;
 
@@ -22,14 +26,16 @@ fs::path toPath(const QString &path)
 Copied copyNow(const QString &from, const QString &to)
 {
     std::error_code error;
-    std::error_code unknown;
     const fs::path target = toPath(to);
     fs::create_directories(target.parent_path(), error);
     if (!error)
         fs::copy(toPath(from), target, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+    struct statvfs disk{};
     // The library calls a full disk that.
-    if (error == std::errc::io_error && fs::space(target.parent_path(), unknown).available < roundingPerFile)
+    if (error == std::errc::io_error && ::statvfs(target.parent_path().c_str(), &disk) == 0 && disk.f_bavail == 0)
         error = std::make_error_code(std::errc::no_space_on_device);
+    if (!error && !flushDisk(to))
+        error = std::error_code(errno, std::system_category());
     if (error)
         return std::unexpected(FileError::notWritten(to, error.value()));
     return {};
@@ -42,30 +48,21 @@ QCoro::Task<Copied> copyFolder(QString from, QString to)
     co_return co_await QtConcurrent::run(copyNow, from, to);
 }
 
-bool hasRoomFor(const QString &folder, const QString &newParent)
+bool hasRoomFor(const QString &folder, const QString &place)
 {
-    struct stat moved{};
-    struct stat place{};
-    if (::stat(QFile::encodeName(folder), &moved) != 0 || ::stat(QFile::encodeName(newParent), &place) != 0)
-        return false;
-    if (moved.st_dev == place.st_dev)
-        return true;
-    std::error_code error;
-    const auto available = fs::space(toPath(newParent), error).available;
+    struct statvfs disk{};
     const auto extent = extentOf(folder);
-    return !error && extent
-        && available >= std::uintmax_t(extent->bytes) + std::uintmax_t(extent->files) * roundingPerFile;
+    if (!extent || ::statvfs(QFile::encodeName(place), &disk) != 0)
+        return false;
+    // Each file's last block is begun, but hardly filled. The folder itself is one more.
+    const auto files = fsblkcnt_t(extent->files) + 1;
+    const fsblkcnt_t blocks = fsblkcnt_t(extent->bytes) / disk.f_frsize + files;
+    const bool hasFiles = disk.f_files == 0 || disk.f_favail >= files; // some file systems do not count them
+    return hasFiles && disk.f_bavail >= blocks;
 }
 
-std::optional<FolderExtent> extentOf(const QString &folder)
+bool flushDisk(const QString &folder)
 {
-    FolderExtent extent;
-    std::error_code error;
-    for (fs::recursive_directory_iterator entry(toPath(folder), error), end; !error && entry != end;
-         entry.increment(error)) {
-        ++extent.files;
-        const bool isFile = entry->is_regular_file(error) && !entry->is_symlink(error);
-        extent.bytes += isFile ? qint64(entry->file_size(error)) : 0;
-    }
-    return error ? std::nullopt : std::optional(extent);
+    const FileDescriptor descriptor(::open(QFile::encodeName(folder), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return descriptor && ::syncfs(descriptor.get()) == 0;
 }

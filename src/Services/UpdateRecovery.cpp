@@ -1,7 +1,7 @@
 #include "UpdateRecovery.h"
 
 #include "Platform/AtomicFile.h"
-#include "Platform/FolderCopy.h"
+#include "Platform/FolderContent.h"
 #include "Platform/FolderLock.h"
 #include "Utilities/JSONReader.h"
 #include "Utilities/Log.h"
