@@ -49,6 +49,31 @@ rm -rf "%4")script")
         .toUtf8();
 }
 
+QByteArray updateScriptMoves()
+{
+    return QByteArrayLiteral(R"script(unset BASH_ENV
+
+copy_and_rename()
+{
+    rm -rf "$2.incomplete" && cp -aT "$1" "$2.incomplete" && sync -f "$2.incomplete" && command mv -T "$2.incomplete" "$2"
+}
+
+mv()
+{
+    if [ -e "$2" ] || [ -L "$2" ]; then
+        return 1
+    elif [ "${1%/*}" = "${2%/*}" ]; then
+        command mv -T "$1" "$2"
+    elif copy_and_rename "$1" "$2"; then
+        sync -f "$2"
+    else
+        rm -rf "$2.incomplete"
+        return 1
+    fi
+}
+)script");
+}
+
 bool isFitForUpdateScript(const QString &path)
 {
     const auto isSpecial = [](QChar character) {

@@ -11,5 +11,10 @@
 QByteArray updateScript(qint64 processId, const QString &newBundle, const QString &currentBundle,
                         const QString &temporaryFolder);
 
+/// What bash is to read before that script (by BASH_ENV): a `mv` that moves to another folder whole or not at all, also
+/// between file systems, and whose result is on the disk before the script goes on. Until then the copy stands
+/// beside its place, as ".incomplete". It moves nothing into a folder that stands at the place.
+QByteArray updateScriptMoves();
+
 /// Whether a shell takes the path between double quotes for what it is.
 bool isFitForUpdateScript(const QString &path);
