@@ -27,6 +27,8 @@ public:
 
     QString buildNumberText() const { return QString::number(buildNumber); }
     QString fileSizeText() const { return byteCountText(fileSize); }
+    /// What the program of that build prints when it is asked for its version, without the line feed.
+    QString versionLine() const { return QStringLiteral("Vaelix %1 (%2)").arg(version).arg(buildNumber); }
 };
 
 /// What the update server answers to a check. JSON keys are the field names in snake_case; only

@@ -1,6 +1,7 @@
 #include "UpdateCheckService.h"
 
 #include "Platform/Bundle.h"
+#include "Platform/QuitApplication.h"
 #include "Utilities/Deployment.h"
 #include "Utilities/Log.h"
 
@@ -8,13 +9,10 @@
 #include <QFileInfo>
 #include <QPointer>
 #include <QProcess>
-#include <QTimer>
 #include <QUrl>
 #include <charconv>
-#include <cstdlib>
 #include <fcntl.h>
 #include <openssl/evp.h>
-#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -80,16 +78,6 @@ QString diskImageTool()
 {
     const QString systems = QStringLiteral("/usr/bin/hdiutil");
     return QFileInfo::exists(systems) ? systems : Bundle::main().helpersFolder() + QStringLiteral("/hdiutil");
-}
-
-/// Also where something keeps the event loop, or what comes after it, from ending: the swap does not wait for ever.
-void quitApplication()
-{
-    QTimer::singleShot(500ms, qApp, &QCoreApplication::quit);
-    std::thread([] {
-        std::this_thread::sleep_for(3s);
-        std::_Exit(EXIT_SUCCESS);
-    }).detach();
 }
 
 /// For the swap script, which opens the bundle that it has put in place.

@@ -1,5 +1,6 @@
 #include "Bundles.h"
 
+#include "Models/AppVersionInfo.h"
 #include "Platform/Bundle.h"
 
 #include <QDir>
@@ -19,7 +20,8 @@ static void write(const QString &path, const QByteArray &content)
 void makeBundle(const QString &path, int build, const QByteArray &program)
 {
     const QString contents = path + u"/Contents"_s;
-    write(contents + u"/MacOS/Program"_s, program);
+    const QByteArray own = "#!/bin/sh\necho '" + versionOf(build).toUtf8() + "'\n";
+    write(contents + u"/MacOS/Program"_s, program.isEmpty() ? own : program);
     QVERIFY(QFile::setPermissions(contents + u"/MacOS/Program"_s, QFile::ReadOwner | QFile::ExeOwner));
     write(contents + u"/Info.plist"_s,
           "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>Program</string>"
@@ -28,6 +30,11 @@ void makeBundle(const QString &path, int build, const QByteArray &program)
     // As many bytes more as its number tells.
     write(contents + u"/Resources/data"_s, QByteArray(100'000 + build, 'x'));
     QVERIFY(QFile::link(u"data"_s, contents + u"/Resources/link"_s));
+}
+
+QString versionOf(int build)
+{
+    return AppVersionInfo{.version = u"1.2.0"_s, .buildNumber = build}.versionLine();
 }
 
 QString buildOf(const QString &bundle)

@@ -2,8 +2,12 @@
 
 #include <QString>
 
-/// Writes an application bundle of a few files at `path`; its program is a shell script.
-void makeBundle(const QString &path, int build, const QByteArray &program = "#!/bin/sh\n");
+/// Writes an application bundle of a few files at `path`; its program is a shell script, which tells versionOf()
+/// where none is given.
+void makeBundle(const QString &path, int build, const QByteArray &program = {});
+
+/// What the program of a build says when it is asked for its version.
+QString versionOf(int build);
 
 /// The build that its Info.plist tells; empty when there is none.
 QString buildOf(const QString &bundle);
