@@ -56,8 +56,9 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
 
     // An update that was broken off may have left another bundle than this to be run.
     const UpdateRecovery recovery = UpdateCheckService::recovery(Folders::user());
-    if (const auto bundle = recovery.recover(Bundle::main().path()))
-        continueAs(Bundle::at(*bundle), addresses);
+    const auto recovered = recovery.recover(Bundle::main().path());
+    if (recovered.bundle)
+        continueAs(Bundle::at(*recovered.bundle), addresses);
 
     ApplicationInstance instance;
     if (!instance.claim(addresses))
@@ -83,7 +84,12 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
                      [window] { QMetaObject::invokeMethod(window, "comeToFront"); });
     // Once the window is there, which the check would only delay.
     QObject::connect(
-        window, &QQuickWindow::frameSwapped, &updates, [&updates] { updates.checkAtStart(); },
+        window, &QQuickWindow::frameSwapped, &updates,
+        [&updates, notice = recovered.notice] {
+            if (!notice.isEmpty())
+                Q_EMIT updates.updateFailed(notice);
+            updates.checkAtStart();
+        },
         Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     return QGuiApplication::exec();
 }

@@ -1,8 +1,8 @@
 #include "DiskImageTool.h"
 
-#include "Platform/ToolRun.h"
 #include "Utilities/Log.h"
 
+#include <QFile>
 #include <memory>
 #include <plist/plist.h>
 
@@ -40,8 +40,9 @@ Mounted readMountPoint(QByteArrayView answer)
 
 } // namespace
 
-DiskImageTool::DiskImageTool(QString executable)
+DiskImageTool::DiskImageTool(QString executable, const QString &temporaryFolder)
     : m_executable(std::move(executable))
+    , m_settings{.environment = {"TMPDIR=" + QFile::encodeName(temporaryFolder)}}
 {
 }
 
@@ -49,7 +50,7 @@ QCoro::Task<Mounted> DiskImageTool::attach(QString image) const
 {
     const QStringList arguments{QStringLiteral("attach"), image, QStringLiteral("-nobrowse"),
                                 QStringLiteral("-noverify"), QStringLiteral("-plist")};
-    const auto run = co_await runTool(m_executable, arguments);
+    const auto run = co_await runTool(m_executable, arguments, m_settings);
     if (!run)
         co_return std::unexpected(UpdateError::other(run.error().description));
     if (run->exitCode != 0) {
@@ -64,7 +65,7 @@ QCoro::Task<> DiskImageTool::detach(QString mountPoint, bool force) const
     QStringList arguments{QStringLiteral("detach"), mountPoint, QStringLiteral("-quiet")};
     if (force)
         arguments.append(QStringLiteral("-force"));
-    const auto run = co_await runTool(m_executable, arguments);
+    const auto run = co_await runTool(m_executable, arguments, m_settings);
     if (!run || run->exitCode != 0)
         Log::line(QStringLiteral("⚠️ DMG 卸载失败: ") + (run ? run->errorOutput.toString() : run.error().description));
 }

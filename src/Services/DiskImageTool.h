@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/ToolRun.h"
 #include "UpdateError.h"
 
 #include <QCoroTask>
@@ -15,8 +16,8 @@ struct MountPoint {
 class DiskImageTool
 {
 public:
-    /// `executable` is an absolute path.
-    explicit DiskImageTool(QString executable);
+    /// Both are absolute paths; a tool that unpacks does so in the folder.
+    DiskImageTool(QString executable, const QString &temporaryFolder);
 
     /// Fails with ExtractFailed when the tool does, with its own reason when the tool cannot be started or
     /// its answer is no property list.
@@ -27,4 +28,5 @@ public:
 
 private:
     QString m_executable;
+    ToolSettings m_settings;
 };

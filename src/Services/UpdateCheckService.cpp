@@ -81,11 +81,13 @@ QString diskImageTool()
 }
 
 /// For the swap script, which opens the bundle that it has put in place.
-QProcessEnvironment scriptEnvironment(const Bundle &bundle)
+QProcessEnvironment scriptEnvironment(const Bundle &bundle, const PreparedUpdate &update)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
     const QString path = environment.value(QStringLiteral("PATH"));
     environment.insert(QStringLiteral("PATH"), bundle.helpersFolder() + u':' + path);
+    environment.insert(QStringLiteral("BASH_ENV"), update.moves);
+    environment.remove(QStringLiteral("POSIXLY_CORRECT")); // bash would not read that then
     return environment;
 }
 
@@ -187,7 +189,7 @@ QString UpdateCheckService::obstacle() const
 
 UpdateRecovery UpdateCheckService::recovery(const Folders &folders)
 {
-    return UpdateRecovery(updatesFolder(folders) + QStringLiteral("/swap.json"));
+    return UpdateRecovery(updatesFolder(folders));
 }
 
 std::optional<QUrl> UpdateCheckService::downloadAddress(const QString &address) const
@@ -235,24 +237,31 @@ void UpdateCheckService::finishDownload(const DownloadTask *task)
     setIsDownloading(false);
 }
 
-void UpdateCheckService::installUpdate(const QString &file, const QString &expectedHash, FailureHandler onFailure,
-                                       UpdateInstallation::ProgressHandler onProgress)
+void UpdateCheckService::installUpdate(const QString &file, const QString &expectedHash, const QString &expectedVersion,
+                                       FailureHandler onFailure, UpdateInstallation::ProgressHandler onProgress)
 {
-    install(file, expectedHash, std::move(onFailure), std::move(onProgress));
+    install(file, expectedHash, expectedVersion, std::move(onFailure), std::move(onProgress));
 }
 
-QCoro::Task<> UpdateCheckService::install(QString file, QString expectedHash, FailureHandler onFailure,
-                                          UpdateInstallation::ProgressHandler onProgress)
+QCoro::Task<> UpdateCheckService::install(QString file, QString expectedHash, QString expectedVersion,
+                                          FailureHandler onFailure, UpdateInstallation::ProgressHandler onProgress)
 {
     const QPointer self(this);
     UpdateInstallation installation({.bundle = m_bundle.path(),
                                      .temporaryFolder = m_environment.folders.temporary,
-                                     .diskImageTool = m_environment.diskImageTool},
-                                    file, expectedHash, onProgress);
+                                     .diskImageTool = m_environment.diskImageTool,
+                                     .recovery = recovery(m_environment.folders)},
+                                    file, expectedHash, expectedVersion, onProgress);
+    const auto abandoning = connect(qApp, &QCoreApplication::aboutToQuit, [&installation] { installation.abandon(); });
     const auto prepared = co_await installation.prepare();
+    disconnect(abandoning);
     if (prepared && !self)
         co_return;
-    const auto outcome = prepared ? executeUpdate(*prepared) : std::unexpected(prepared.error());
+    std::expected<void, UpdateError> outcome;
+    if (prepared)
+        outcome = co_await executeUpdate(*prepared);
+    else
+        outcome = std::unexpected(prepared.error());
     if (outcome)
         co_return;
     Log::line(QStringLiteral("❌ 更新安装失败: ") + outcome.error().description());
@@ -262,16 +271,20 @@ QCoro::Task<> UpdateCheckService::install(QString file, QString expectedHash, Fa
         showUpdateError(outcome.error());
 }
 
-std::expected<void, UpdateError> UpdateCheckService::executeUpdate(const PreparedUpdate &update)
+QCoro::Task<std::expected<void, UpdateError>> UpdateCheckService::executeUpdate(PreparedUpdate update)
 {
-    const auto recorded = recovery(m_environment.folders).expectSwap(m_bundle.path(), update.newBundle);
+    const QPointer self(this);
+    const UpdateRecovery swaps = recovery(m_environment.folders);
+    const auto recorded = co_await swaps.expectSwap(m_bundle.path(), update.newBundle, update.temporaryFolder);
     if (!recorded)
-        return std::unexpected(UpdateError::other(recorded.error().description));
-    if (const QString reason = startScript(update, scriptEnvironment(m_bundle)); !reason.isEmpty())
-        return std::unexpected(UpdateError::other(reason));
+        co_return std::unexpected(UpdateError::other(recorded.error().description));
+    if (!self)
+        co_return {};
+    if (const QString reason = startScript(update, scriptEnvironment(m_bundle, update)); !reason.isEmpty())
+        co_return std::unexpected(UpdateError::other(reason));
     Log::line(QStringLiteral("🔄 更新脚本已启动，正在退出当前应用..."));
     m_environment.quit();
-    return {};
+    co_return {};
 }
 
 void UpdateCheckService::showUpdateError(const UpdateError &error)

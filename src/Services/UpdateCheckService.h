@@ -67,12 +67,13 @@ public:
                                                  CompletionHandler completion);
 
     /// Installs a downloaded image and ends the application, which then starts anew. Returns at once. Without an
-    /// `expectedHash` the image is not verified. A failure calls `onFailure` and is told by updateFailed();
-    /// the running bundle is untouched then. `onProgress` gets a sentence for each step.
-    void installUpdate(const QString &file, const QString &expectedHash, FailureHandler onFailure,
-                       UpdateInstallation::ProgressHandler onProgress);
+    /// `expectedHash` the image is not verified; `expectedVersion` is what its program has to print when it is asked
+    /// for its version. A failure calls `onFailure` and is told by updateFailed(); the running bundle is untouched
+    /// then. `onProgress` gets a sentence for each step.
+    void installUpdate(const QString &file, const QString &expectedHash, const QString &expectedVersion,
+                       FailureHandler onFailure, UpdateInstallation::ProgressHandler onProgress);
 
-    /// Remembers the swaps that executing an update begins.
+    /// Remembers the updates that are begun.
     static UpdateRecovery recovery(const Folders &folders);
 
 Q_SIGNALS:
@@ -83,9 +84,9 @@ Q_SIGNALS:
     void updateFailed(const QString &description);
 
 private:
-    QCoro::Task<> install(QString file, QString expectedHash, FailureHandler onFailure,
+    QCoro::Task<> install(QString file, QString expectedHash, QString expectedVersion, FailureHandler onFailure,
                           UpdateInstallation::ProgressHandler onProgress);
-    std::expected<void, UpdateError> executeUpdate(const PreparedUpdate &update);
+    QCoro::Task<std::expected<void, UpdateError>> executeUpdate(PreparedUpdate update);
     void showUpdateError(const UpdateError &error);
     std::optional<QUrl> downloadAddress(const QString &address) const;
     void finishDownload(const DownloadTask *task);

@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QThreadPool>
 #include <QUuid>
 #include <unistd.h>
 
@@ -21,6 +22,18 @@ using Kind = UpdateError::Kind;
 QString parentOf(const QString &path)
 {
     return QFileInfo(path).absolutePath();
+}
+
+std::unexpected<UpdateError> other(const QString &reason)
+{
+    return std::unexpected(UpdateError::other(reason));
+}
+
+QString describeLock(std::error_code error)
+{
+    return error == std::errc::operation_would_block
+        ? QStringLiteral("另一个 Vaelix 正在更新，请稍后再试")
+        : QStringLiteral("无法开始更新：") + qt_error_string(error.value());
 }
 
 UpdateError unhashed(FileHashError error)
@@ -59,23 +72,22 @@ QString UpdateInstallation::obstacle(const QString &bundle)
 }
 
 UpdateInstallation::UpdateInstallation(Environment environment, QString image, QString expectedHash,
-                                       ProgressHandler onProgress)
+                                       QString expectedVersion, ProgressHandler onProgress)
     : m_environment(std::move(environment))
     , m_image(std::move(image))
     , m_expectedHash(std::move(expectedHash))
+    , m_expectedVersion(std::move(expectedVersion))
     , m_onProgress(std::move(onProgress))
-    , m_folder(m_environment.temporaryFolder + QStringLiteral("/Vaelix_update_")
-               + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper())
 {
 }
 
 QCoro::Task<UpdateInstallation::Outcome> UpdateInstallation::prepare()
 {
     if (const QString reason = obstacle(m_environment.bundle); !reason.isEmpty())
-        co_return std::unexpected(UpdateError::other(reason));
-    auto lock = FolderLock::take(parentOf(m_environment.bundle));
+        co_return other(reason);
+    auto lock = m_environment.recovery.lock();
     if (!lock)
-        co_return std::unexpected(UpdateError::other(QStringLiteral("另一个 Vaelix 正在更新，请稍后再试")));
+        co_return std::unexpected(UpdateError::other(describeLock(lock.error())));
     if (!m_expectedHash.isEmpty()) {
         report(QStringLiteral("正在验证安装包完整性..."));
         if (const auto verified = co_await verify(); !verified)
@@ -85,11 +97,23 @@ QCoro::Task<UpdateInstallation::Outcome> UpdateInstallation::prepare()
     co_await removeQuarantine();
     if (const auto taken = co_await takeBundle(); !taken)
         co_return std::unexpected(taken.error());
+    if (!hasRoomFor(m_newBundle, parentOf(m_environment.bundle)))
+        co_return other(QStringLiteral("%1 所在的磁盘空间不足").arg(m_environment.bundle));
+    if (const auto tried = co_await tryNewBundle(); !tried)
+        co_return std::unexpected(tried.error());
     report(QStringLiteral("即将重启应用..."));
     Log::line(QStringLiteral("📍 当前应用路径: ") + m_environment.bundle);
     if (const auto written = co_await writeScript(); !written)
         co_return std::unexpected(written.error());
-    co_return PreparedUpdate{scriptPath(), m_newBundle, std::make_shared<FolderLock>(std::move(*lock))};
+    co_return PreparedUpdate{scriptPath(), movesPath(), m_newBundle, m_folder,
+                             std::make_shared<FileLock>(std::move(*lock))};
+}
+
+void UpdateInstallation::abandon() const
+{
+    QThreadPool::globalInstance()->waitForDone();
+    if (!m_folder.path.isEmpty() && !m_folder.remove())
+        Log::line(QStringLiteral("⚠️ 未删除更新的临时文件夹: ") + m_folder.path);
 }
 
 QCoro::Task<UpdateInstallation::Step> UpdateInstallation::verify() const
@@ -109,10 +133,24 @@ QCoro::Task<> UpdateInstallation::removeQuarantine() const
     co_await runTool(m_environment.attributeTool, arguments); // there is seldom one to remove, and seldom the tool
 }
 
+/// Before the image is attached, which may be unpacked into the folder too.
+UpdateInstallation::Step UpdateInstallation::makeFolder()
+{
+    const auto folder = PrivateFolder::make(m_environment.temporaryFolder + QStringLiteral("/Vaelix_update_")
+                                            + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+    if (!folder)
+        return other(folder.error().description);
+    m_folder = *folder;
+    const auto recorded = m_environment.recovery.expectUpdate(m_folder);
+    return recorded ? Step() : other(recorded.error().description);
+}
+
 QCoro::Task<UpdateInstallation::Step> UpdateInstallation::takeBundle()
 {
     report(QStringLiteral("正在挂载安装镜像..."));
-    const DiskImageTool images(m_environment.diskImageTool);
+    if (const auto made = makeFolder(); !made)
+        co_return made;
+    const DiskImageTool images(m_environment.diskImageTool, m_folder.path);
     const auto mounted = co_await images.attach(m_image);
     if (!mounted)
         co_return std::unexpected(mounted.error());
@@ -136,32 +174,45 @@ QCoro::Task<UpdateInstallation::Step> UpdateInstallation::copyBundle(QString mou
     const auto name = findBundle(mountPoint);
     if (!name)
         co_return std::unexpected(UpdateError(Kind::NoAppFound));
-    m_newBundle = m_folder + u'/' + *name;
+    m_newBundle = m_folder.path + u'/' + *name;
     const auto copied = co_await copyFolder(mountPoint + u'/' + *name, m_newBundle);
     if (!copied)
-        co_return std::unexpected(UpdateError::other(copied.error().description));
+        co_return other(copied.error().description);
     Log::line(QStringLiteral("📦 已复制 %1 到临时目录").arg(*name));
-    co_return hasRoomFor(m_newBundle, parentOf(m_environment.bundle))
-        ? Step()
-        : std::unexpected(UpdateError::other(QStringLiteral("%1 所在的磁盘空间不足").arg(m_environment.bundle)));
+    co_return Step();
+}
+
+/// A program that cannot even tell its version here (libraries of a newer system, a damaged file) replaces nothing.
+QCoro::Task<UpdateInstallation::Step> UpdateInstallation::tryNewBundle() const
+{
+    const QString program = Bundle::at(m_newBundle).executable().value_or(m_newBundle);
+    const QStringList arguments{QStringLiteral("--version")};
+    const ToolSettings settings{.timeLimit = m_environment.trialLimit};
+    const auto run = co_await runTool(program, arguments, settings);
+    if (!run)
+        co_return other(QStringLiteral("新版本无法运行，当前版本未改动：") + run.error().description);
+    if (run->exitCode != 0) {
+        Log::line(QStringLiteral("⚠️ 新版本试运行失败: ") + run->errorOutput.toString());
+        co_return other(QStringLiteral("新版本无法运行，当前版本未改动（退出状态 %1）").arg(run->exitCode));
+    }
+    const QString answer = run->output.toString().trimmed();
+    if (answer != m_expectedVersion)
+        co_return other(QStringLiteral("更新包中的程序不是 %1，当前版本未改动：%2").arg(m_expectedVersion, answer));
+    co_return Step();
 }
 
 QCoro::Task<UpdateInstallation::Step> UpdateInstallation::writeScript() const
 {
     if (!isFitForUpdateScript(m_newBundle))
-        co_return std::unexpected(UpdateError::other(QStringLiteral("更新包中的名称含有特殊字符")));
+        co_return other(QStringLiteral("更新包中的名称含有特殊字符"));
     const QByteArray script =
-        updateScript(QCoreApplication::applicationPid(), m_newBundle, m_environment.bundle, m_folder);
-    if (const auto written = writeAtomically(scriptPath(), script); !written)
-        co_return std::unexpected(UpdateError::other(written.error().description));
+        updateScript(QCoreApplication::applicationPid(), m_newBundle, m_environment.bundle, m_folder.path);
+    for (const auto &[path, content] : {std::pair(scriptPath(), script), std::pair(movesPath(), updateScriptMoves())})
+        if (const auto written = writeAtomically(path, content); !written)
+            co_return other(written.error().description);
     const QStringList arguments{QStringLiteral("+x"), scriptPath()};
     co_await runTool(m_environment.permissionTool, arguments);
     co_return Step();
-}
-
-QString UpdateInstallation::scriptPath() const
-{
-    return m_folder + QStringLiteral("/update.sh");
 }
 
 void UpdateInstallation::report(const QString &step) const

@@ -115,7 +115,7 @@ void UpdateViewModel::install(const QString &file)
     setIsInstalling(true);
     const QPointer self(this);
     m_service.installUpdate(
-        file, m_availableUpdate->fileHash,
+        file, m_availableUpdate->fileHash, m_availableUpdate->versionLine(),
         [self] {
             if (self)
                 self->setIsInstalling(false);

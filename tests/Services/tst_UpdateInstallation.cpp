@@ -1,16 +1,22 @@
 // From a downloaded disk image to the new bundle in the old one's place, with the real tools.
 
+#include "Platform/FolderContent.h"
+#include "Platform/QuitApplication.h"
 #include "Services/UpdateCheckService.h"
 #include "Services/UpdateScript.h"
 #include "Support/Bundles.h"
 #include "Support/Scratch.h"
+#include "Support/SmallDisk.h"
 #include "Support/Table.h"
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTimer>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -24,13 +30,12 @@ struct Fixture {
         : environment{.bundle = scratch.path(folder + u"/Vaelix.app"_s),
                       .temporaryFolder = scratch.path(u"tmp"_s),
                       .diskImageTool = helper,
+                      .recovery = UpdateRecovery(scratch.path(u"Updates"_s)),
                       .attributeTool = scratch.path(u"xattr"_s)}
     {
         makeBundle(environment.bundle, 42);
         QDir().mkpath(environment.temporaryFolder);
-        qputenv("TMPDIR", QFile::encodeName(environment.temporaryFolder)); // where the image is unpacked
     }
-    ~Fixture() { qunsetenv("TMPDIR"); }
 
     QString makeImageOf(const QString &folder) const { return makeImage(scratch.path(folder), image); }
     QString hash() const
@@ -43,7 +48,7 @@ struct Fixture {
     UpdateInstallation::Outcome prepare(const QString &expectedHash)
     {
         steps.clear();
-        UpdateInstallation installation(environment, image, expectedHash,
+        UpdateInstallation installation(environment, image, expectedHash, versionOf(43),
                                         [this](const QString &step) { steps.append(step); });
         return QCoro::waitFor(installation.prepare());
     }
@@ -55,7 +60,12 @@ struct Fixture {
     }
     QStringList mountedImages() const
     {
-        return QDir(environment.temporaryFolder).entryList({u"vaelix-image-*"_s}, QDir::AllEntries | QDir::Hidden);
+        QStringList images;
+        for (QDirIterator entries(environment.temporaryFolder, {u"vaelix-image-*"_s}, QDir::AllEntries | QDir::Hidden,
+                                  QDirIterator::Subdirectories);
+             entries.hasNext();)
+            images.append(entries.next());
+        return images;
     }
 
     Scratch scratch;
@@ -64,7 +74,8 @@ struct Fixture {
     QStringList steps;
 };
 
-/// In a process of its own, which plays the application: installs the image and ends. Arguments: bundle, home, image.
+/// In a process of its own, which plays the application: installs the image and ends. Arguments: bundle, home, image,
+/// and the step at which the user closes the window.
 int installAndQuit(const QStringList &arguments)
 {
     const Bundle bundle = Bundle::at(arguments[0]);
@@ -73,8 +84,21 @@ int installAndQuit(const QStringList &arguments)
         {.folders = Folders::under(arguments[1]), .diskImageTool = helper, .quit = [] { QCoreApplication::exit(0); }});
     // It may fail before there is an event loop to end.
     const auto fail = [] { QTimer::singleShot(0, [] { QCoreApplication::exit(1); }); };
-    service.installUpdate(arguments[2], {}, fail, {});
+    const QString lastStep = arguments.value(3);
+    service.installUpdate(arguments[2], {}, versionOf(43), fail, [lastStep](const QString &step) {
+        if (step == lastStep)
+            QTimer::singleShot(0, [] { QCoreApplication::exit(2); });
+    });
     return QCoreApplication::exec();
+}
+
+/// The same for an application that is told to quit, and gives 7 when it ends by itself.
+int quitBusyOrIdle(const QString &state)
+{
+    quitApplication();
+    while (state == u"busy"_s)
+        ::pause();
+    return QCoreApplication::exec() + 7;
 }
 
 } // namespace
@@ -105,6 +129,8 @@ void tst_UpdateInstallation::preparesTheSwap()
     QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
     const auto prepared = fixture.prepare(fixture.hash().toUpper());
     QVERIFY2(prepared, qPrintable(prepared ? u""_s : prepared.error().description()));
+    QCOMPARE(QFileInfo(prepared->temporaryFolder.path).permissions() & ~QFile::Permissions(0x0700), // that of the user
+             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QCOMPARE(fixture.steps,
              (QStringList{u"正在验证安装包完整性..."_s, u"正在准备安装包..."_s, u"正在挂载安装镜像..."_s,
                           u"正在复制新版本..."_s, u"即将重启应用..."_s}));
@@ -118,6 +144,7 @@ void tst_UpdateInstallation::preparesTheSwap()
     QCOMPARE(QFile::symLinkTarget(prepared->newBundle + u"/Contents/Resources/link"_s),
              prepared->newBundle + u"/Contents/Resources/data"_s);
     QVERIFY(QFileInfo(prepared->script).isExecutable());
+    QCOMPARE(prepared->moves, folder + u"/moves.sh"_s);
     QFile script(prepared->script);
     QVERIFY(script.open(QIODevice::ReadOnly));
     QCOMPARE(script.readAll(),
@@ -239,7 +266,13 @@ void tst_UpdateInstallation::placesThatCannotBeUpdated()
     const QString packaged = u"Vaelix 安装在当前用户不能改动的位置，请通过系统的软件包管理器升级。"_s;
     Fixture fixture;
     QCOMPARE(UpdateInstallation::obstacle(fixture.environment.bundle), u""_s);
-    QCOMPARE(UpdateInstallation::obstacle(u"/usr/lib/vaelix/Vaelix.app"_s), packaged); // also to root
+    // A package's is left to the package manager, also by a user who could write there.
+    const SmallDisk packages(u"/usr/games"_s, 1 << 20);
+    const SmallDisk own(u"/usr/local/games"_s, 1 << 20);
+    makeBundle(u"/usr/games/Vaelix.app"_s, 42);
+    makeBundle(u"/usr/local/games/Vaelix.app"_s, 42);
+    QCOMPARE(UpdateInstallation::obstacle(u"/usr/games/Vaelix.app"_s), packaged);
+    QCOMPARE(UpdateInstallation::obstacle(u"/usr/local/games/Vaelix.app"_s), u""_s);
     QCOMPARE(UpdateInstallation::obstacle(fixture.scratch.path(u"missing/Vaelix.app"_s)), packaged);
     fixture.environment.bundle = fixture.scratch.path(u"a$b/Vaelix.app"_s);
     makeBundle(fixture.environment.bundle, 42);
@@ -280,8 +313,9 @@ void tst_UpdateInstallation::replacesTheBundle()
     const Fixture fixture(folder);
     const QString opened = fixture.scratch.path(u"opened"_s);
     // Says which bundle runs, what PATH it has, and what is open in it besides the standard three.
-    const QByteArray program = "#!/bin/bash\nPATH=/usr/bin:/bin:$PATH\nexec 2>&1\n"
-                               "(readlink -f \"$0\"; echo \"${PATH#/usr/bin:/bin:}\"; ls -1 /proc/$$/fd | wc -l) > '"
+    const QByteArray program = "#!/bin/bash\n[ \"$1\" = --version ] && exec echo '" + versionOf(43).toUtf8()
+        + "'\nPATH=/usr/bin:/bin:$PATH\nexec 2>&1\n"
+          "(readlink -f \"$0\"; echo \"${PATH#/usr/bin:/bin:}${BASH_ENV+BASH_ENV}\"; ls -1 /proc/$$/fd | wc -l) > '"
         + opened.toUtf8() + ".tmp'\nmv '" + opened.toUtf8() + ".tmp' '" + opened.toUtf8() + "'\n";
     makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43, program);
     QVERIFY(QDir().mkpath(fixture.scratch.path(u"content/Vaelix.app/Contents/Helpers"_s)));
@@ -293,6 +327,13 @@ void tst_UpdateInstallation::replacesTheBundle()
                       {u"install"_s, fixture.environment.bundle, fixture.scratch.home.path(), fixture.image});
     QVERIFY(application.waitForFinished());
     QCOMPARE(application.exitCode(), 0);
+    const QString log = QString::fromUtf8(application.readAllStandardOutput());
+    const QString expected =
+        u"^🔄 正在准备安装包...\n🔄 正在挂载安装镜像...\n📦 DMG 已挂载到: /[^\n]+\n🔄 正在复制新版本...\n"
+        "📦 已复制 Vaelix.app 到临时目录\n📦 DMG 已卸载\n🔄 即将重启应用...\n📍 当前应用路径: %1\n"
+        "🔄 更新脚本已启动，正在退出当前应用...\n$"_s;
+    const QRegularExpression whole(expected.arg(QRegularExpression::escape(fixture.environment.bundle)));
+    QVERIFY2(whole.match(log).hasMatch(), qPrintable(log));
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(opened), 20'000);
     const QList<QByteArray> lines = fixture.scratch.read(u"opened"_s).split('\n');
     QCOMPARE(QString::fromUtf8(lines[0]), fixture.environment.bundle + u"/Contents/MacOS/Program"_s);
@@ -303,16 +344,20 @@ void tst_UpdateInstallation::replacesTheBundle()
     QTRY_COMPARE(QDir(fixture.environment.temporaryFolder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
                  QStringList());
     // The script has let go of the lock, and the application that it opened never had it.
-    QTRY_VERIFY(FolderLock::take(QFileInfo(fixture.environment.bundle).path()));
-    QCOMPARE(UpdateCheckService::recovery(fixture.scratch.folders).recover(fixture.environment.bundle), std::nullopt);
+    const UpdateRecovery recovery = UpdateCheckService::recovery(fixture.scratch.folders);
+    QTRY_VERIFY(recovery.lock());
+    QCOMPARE(recovery.recover(fixture.environment.bundle).bundle, std::nullopt);
 }
 
 int main(int argc, char *argv[])
 {
+    SmallDisk::keepMountsPrivate();
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == u"install"_s)
         return installAndQuit(arguments.sliced(2));
+    if (arguments.value(1) == u"quit"_s)
+        return quitBusyOrIdle(arguments.value(2));
     tst_UpdateInstallation test;
     return QTest::qExec(&test, argc, argv);
 }

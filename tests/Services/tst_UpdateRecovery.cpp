@@ -1,6 +1,6 @@
-// What is left of a swap of bundles that was broken off, and what the next start makes of it.
+// What is left of an update that was broken off, and what the next start makes of it.
 
-#include "Platform/FolderLock.h"
+#include "Platform/PrivateFolder.h"
 #include "Services/UpdateRecovery.h"
 #include "Services/UpdateScript.h"
 #include "Support/Bundles.h"
@@ -9,10 +9,36 @@
 
 #include <QDir>
 #include <QProcess>
+#include <fcntl.h>
+#include <functional>
+#include <sys/file.h>
+#include <sys/syscall.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// What is to be noted whenever a disk is flushed.
+std::function<void()> onFlush = [] { };
+bool isDiskBroken = false;
+
+} // namespace
+
+/// In the place of the system's, which it calls.
+extern "C" int syncfs(int descriptor) noexcept
+{
+    onFlush();
+    errno = EIO;
+    return isDiskBroken ? -1 : int(::syscall(SYS_syncfs, descriptor));
+}
+
+namespace {
+
+/// How the script moves.
+enum class Moves {
+    Plain, // as the system's mv does
+    Whole, // as the script is run
+};
 
 /// Build 42 at its path, build 43 in a temporary folder.
 struct Fixture {
@@ -23,35 +49,41 @@ struct Fixture {
         scratch.writeProgram(u"bin/open"_s, "#!/bin/sh\n");
     }
 
-    void expectSwap() const { QVERIFY(recovery.expectSwap(bundle, newBundle)); }
+    void expectSwap() const { QVERIFY(QCoro::waitFor(recovery.expectSwap(bundle, newBundle, temporaryFolder))); }
     /// Runs the script that swaps them, up to a line, where it is killed. False when it got to its end, past a line
     /// that it had no need of.
-    bool swapUpTo(qsizetype line) const
+    bool swapUpTo(qsizetype line, Moves moves) const
     {
-        QByteArrayList script = updateScript(endedProcess(), newBundle, bundle, temporaryFolder).split('\n');
+        QByteArrayList script = updateScript(endedProcess(), newBundle, bundle, temporaryFolder.path).split('\n');
         script.insert(line, "kill -9 $$");
         scratch.write(u"Vaelix_update_1/update.sh"_s, script.join('\n'));
+        scratch.write(u"Vaelix_update_1/moves.sh"_s, updateScriptMoves());
         QProcess bash;
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"PATH"_s, scratch.path(u"bin:"_s) + environment.value(u"PATH"_s));
+        if (moves == Moves::Whole)
+            environment.insert(u"BASH_ENV"_s, temporaryFolder.path + u"/moves.sh"_s);
         bash.setProcessEnvironment(environment);
-        bash.start(u"/bin/bash"_s, {temporaryFolder + u"/update.sh"_s});
+        bash.start(u"/bin/bash"_s, {temporaryFolder.path + u"/update.sh"_s});
         return bash.waitForFinished() && bash.exitStatus() == QProcess::CrashExit;
     }
     /// The program that stands at either path, as its user would start it; recovers and tells what is to run.
     QString start() const
     {
         const QString running = Bundle::at(bundle).executable() ? bundle : backup;
-        return recovery.recover(running).value_or(running);
+        return recovery.recover(running).bundle.value_or(running);
     }
+    /// What stands beside the bundle, the record apart.
+    QStringList left() const { return QDir(scratch.home.path()).entryList({u"Vaelix*"_s}); }
+    bool hasRecord() const { return QFileInfo::exists(scratch.path(u"Updates/swap.json"_s)); }
 
     Scratch scratch;
     const QString bundle = scratch.path(u"Vaelix.app"_s);
     const QString backup = bundle + u".backup"_s;
-    const QString temporaryFolder = scratch.path(u"Vaelix_update_1"_s);
-    const QString newBundle = temporaryFolder + u"/Foo.app"_s;
-    const QString record = scratch.path(u"Updates/swap.json"_s);
-    const UpdateRecovery recovery{record};
+    const QString misplaced = bundle + u"/Vaelix.app.backup"_s;
+    const PrivateFolder temporaryFolder = PrivateFolder::make(scratch.path(u"Vaelix_update_1"_s)).value();
+    const QString newBundle = temporaryFolder.path + u"/Foo.app"_s;
+    const UpdateRecovery recovery{scratch.path(u"Updates"_s)};
 };
 
 } // namespace
@@ -61,104 +93,233 @@ class tst_UpdateRecovery : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void cleanup();
+
     void scriptKilledAtALine_data();
     void scriptKilledAtALine();
     void moveThatWasBrokenOff_data();
     void moveThatWasBrokenOff();
-    void neitherBundleIsKnown();
-    void swapUnderWay();
+    void bundleThatWasPutThereSince_data();
+    void bundleThatWasPutThereSince();
+    void noBundleIsWhole();
+    void preparationThatWasBrokenOff();
+    void temporaryFolderThatIsAnothers();
+    void oldBundleIsGivenUpForOneOnTheDisk();
+    void updateUnderWay();
+    void lockOfSomebodyElse();
     void nothingToRecover();
 };
 
+void tst_UpdateRecovery::cleanup()
+{
+    onFlush = [] { };
+    isDiskBroken = false;
+}
+
 void tst_UpdateRecovery::scriptKilledAtALine_data()
 {
-    const auto row = columns<qsizetype>("line");
+    const auto row = columns<qsizetype, Moves>("line", "moves");
     const qsizetype lines = updateScript(1, u"/n"_s, u"/o"_s, u"/t"_s).count('\n') + 1;
     for (qsizetype line = 1; line <= lines; ++line)
-        row(QByteArray::number(line), line);
+        for (const Moves moves : {Moves::Plain, Moves::Whole})
+            row(QByteArray::number(line) + (moves == Moves::Plain ? ", plain" : ""), line, moves);
 }
 
 void tst_UpdateRecovery::scriptKilledAtALine()
 {
     QFETCH(qsizetype, line);
+    QFETCH(Moves, moves);
     const Fixture fixture;
     fixture.expectSwap();
-    const bool isKilled = fixture.swapUpTo(line);
-    const QString running = fixture.start();
-    QCOMPARE(running, fixture.bundle);
+    const bool isKilled = fixture.swapUpTo(line, moves);
+    QCOMPARE(fixture.start(), fixture.bundle);
     constexpr qsizetype lineOfTheMove = 26;
     const bool isNew = !isKilled || line >= lineOfTheMove;
     QCOMPARE(buildOf(fixture.bundle), isNew ? u"43"_s : u"42"_s);
     QVERIFY(Bundle::at(fixture.bundle).executable());
-    QVERIFY(!QFileInfo::exists(fixture.backup));
-    QVERIFY(!QFileInfo::exists(fixture.temporaryFolder));
-    QVERIFY(!QFileInfo::exists(fixture.record));
+    QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+    QVERIFY(!fixture.hasRecord());
 }
 
 void tst_UpdateRecovery::moveThatWasBrokenOff_data()
 {
-    // Between file systems a move copies file after file.
-    const auto row = columns<QStringList>("missing");
-    row("program there, data not", {u"Contents/Resources"_s});
-    row("data there, program not", {u"Contents/MacOS"_s});
-    row("nothing there", {u"Contents"_s});
+    // Between file systems a move copies file after file. Where it fails, the script moves the backup into what there
+    // is; where it is killed, it does not.
+    const auto row = columns<QStringList, bool, QString>("missing", "isMisplaced", "running");
+    const QStringList data{u"Contents/Resources"_s};
+    const QStringList program{u"Contents/MacOS"_s};
+    row("program there, data not", data, false, u""_s);
+    row("data there, program not", program, false, u".backup"_s);
+    row("nothing there", {u"Contents"_s}, false, u".backup"_s);
+    row("backup in it, program there", data, true, u""_s);
+    row("backup in it, program not there", program, true, u"/Vaelix.app.backup"_s);
+    row("backup in it, nothing else there", {u"Contents"_s}, true, u"/Vaelix.app.backup"_s);
 }
 
 void tst_UpdateRecovery::moveThatWasBrokenOff()
 {
     QFETCH(QStringList, missing);
+    QFETCH(bool, isMisplaced);
+    QFETCH(QString, running);
     const Fixture fixture;
     fixture.expectSwap();
     QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
     makeBundle(fixture.bundle, 43);
     for (const QString &folder : missing)
         QVERIFY(QDir(fixture.bundle + u'/' + folder).removeRecursively());
-    QCOMPARE(fixture.start(), fixture.bundle);
+    if (isMisplaced)
+        QVERIFY(QDir().rename(fixture.backup, fixture.misplaced));
+    const auto outcome = fixture.recovery.recover(fixture.bundle + running);
+    QCOMPARE(outcome.bundle, fixture.bundle);
+    QCOMPARE(outcome.notice, u""_s);
     QCOMPARE(buildOf(fixture.bundle), u"42"_s);
-    QCOMPARE(QDir(fixture.scratch.home.path()).entryList({u"Vaelix*"_s}), QStringList{u"Vaelix.app"_s});
+    QVERIFY(!QFileInfo::exists(fixture.misplaced));
+    QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+    QVERIFY(!fixture.hasRecord());
     QCOMPARE(fixture.start(), fixture.bundle);
 }
 
-void tst_UpdateRecovery::neitherBundleIsKnown()
+void tst_UpdateRecovery::bundleThatWasPutThereSince_data()
+{
+    const auto row = columns<int>("build");
+    row("newer", 44);
+    row("older", 7); // and smaller
+}
+
+void tst_UpdateRecovery::bundleThatWasPutThereSince()
+{
+    QFETCH(int, build);
+    const Fixture fixture;
+    fixture.expectSwap();
+    QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
+    makeBundle(fixture.bundle, build);
+    // The old one knows nothing better than to go on as itself.
+    QCOMPARE(fixture.recovery.recover(fixture.backup).bundle, std::nullopt);
+    QVERIFY(fixture.hasRecord());
+    // Once the user's own is started, the update is over.
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
+    QCOMPARE(buildOf(fixture.bundle), QString::number(build));
+    QCOMPARE(buildOf(fixture.backup), u"42"_s);
+    QCOMPARE(fixture.left(), (QStringList{u"Vaelix.app"_s, u"Vaelix.app.backup"_s}));
+    QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::noBundleIsWhole()
 {
     const Fixture fixture;
     fixture.expectSwap();
     QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
-    makeBundle(fixture.bundle, 7);
     QVERIFY(QFile::remove(fixture.backup + u"/Contents/Resources/data"_s));
-    for (const QString &running : {fixture.bundle, fixture.backup})
-        QCOMPARE(fixture.recovery.recover(running), std::nullopt);
-    QCOMPARE(buildOf(fixture.bundle), u"7"_s);
-    QCOMPARE(buildOf(fixture.backup), u"42"_s);
+    const auto outcome = fixture.recovery.recover(fixture.backup);
+    QCOMPARE(outcome.bundle, std::nullopt);
+    QCOMPARE(outcome.notice, u"更新中断，旧版本不完整，请重新安装 Vaelix"_s);
+    QVERIFY(QFileInfo::exists(fixture.newBundle));
+    QVERIFY(QFileInfo::exists(fixture.backup));
+    QVERIFY(fixture.hasRecord());
 }
 
-void tst_UpdateRecovery::swapUnderWay()
+void tst_UpdateRecovery::preparationThatWasBrokenOff()
+{
+    const Fixture fixture;
+    const auto former = PrivateFolder::make(fixture.scratch.path(u"Vaelix_update_0"_s));
+    QVERIFY(former && fixture.recovery.expectUpdate(*former));
+    QVERIFY(fixture.recovery.expectUpdate(fixture.temporaryFolder));
+    QVERIFY(!QFileInfo::exists(former->path));
+    QVERIFY(QFileInfo::exists(fixture.newBundle));
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
+    QCOMPARE(buildOf(fixture.bundle), u"42"_s);
+    QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+    QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::temporaryFolderThatIsAnothers()
+{
+    const Fixture fixture;
+    fixture.expectSwap();
+    fixture.scratch.write(u"precious/file"_s, "x");
+    QVERIFY(QDir().rename(fixture.temporaryFolder.path, fixture.scratch.path(u"former"_s)));
+    QVERIFY(QFile::link(fixture.scratch.path(u"precious"_s), fixture.temporaryFolder.path));
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
+    QCOMPARE(fixture.scratch.read(u"precious/file"_s), "x");
+    QVERIFY(QFileInfo(fixture.temporaryFolder.path).isSymLink());
+    QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::oldBundleIsGivenUpForOneOnTheDisk()
+{
+    const Fixture fixture;
+    fixture.expectSwap();
+    QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
+    QVERIFY(QDir().rename(fixture.newBundle, fixture.bundle));
+    QStringList backups;
+    onFlush = [&] { backups.append(buildOf(fixture.backup)); };
+    isDiskBroken = true;
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
+    QCOMPARE(buildOf(fixture.backup), u"42"_s);
+    QVERIFY(fixture.hasRecord());
+    isDiskBroken = false;
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
+    QCOMPARE(backups, (QStringList{u"42"_s, u"42"_s}));
+    QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+    QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::updateUnderWay()
 {
     const Fixture fixture;
     fixture.expectSwap();
     QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
     {
-        const auto lock = FolderLock::take(fixture.scratch.home.path());
-        QVERIFY(lock);
-        QCOMPARE(fixture.recovery.recover(fixture.backup), std::nullopt);
+        const auto lock = fixture.recovery.lock();
+        QVERIFY(lock && !fixture.recovery.lock());
+        const auto outcome = fixture.recovery.recover(fixture.backup);
+        QCOMPARE(outcome.bundle, std::nullopt);
+        QCOMPARE(outcome.notice, u"另一个 Vaelix 正在更新，上次更新的结果留待下次启动时检查"_s);
         QVERIFY(QFileInfo::exists(fixture.backup));
     }
-    QCOMPARE(fixture.recovery.recover(fixture.backup), fixture.bundle);
+    // A script that is about to end is waited for.
+    QProcess script;
+    {
+        const auto lock = fixture.recovery.lock();
+        QVERIFY(lock);
+        script.setChildProcessModifier([descriptor = lock->descriptor()] { ::fcntl(descriptor, F_SETFD, 0); });
+        script.start(u"/bin/sleep"_s, {u"0.3"_s});
+        QVERIFY(script.waitForStarted());
+    }
+    QVERIFY(!fixture.recovery.lock());
+    QCOMPARE(fixture.recovery.recover(fixture.backup).bundle, fixture.bundle);
+    QVERIFY(script.waitForFinished());
+}
+
+void tst_UpdateRecovery::lockOfSomebodyElse()
+{
+    const Fixture fixture;
+    fixture.expectSwap();
+    QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
+    // Everybody may lock what everybody may read; the lock that counts nobody else can open.
+    const int folder = ::open(qPrintable(fixture.scratch.home.path()), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    QCOMPARE(::flock(folder, LOCK_EX | LOCK_NB), 0);
+    QCOMPARE(fixture.recovery.recover(fixture.backup).bundle, fixture.bundle);
+    ::close(folder);
+    QCOMPARE(QFileInfo(fixture.scratch.path(u"Updates/swap.lock"_s)).permissions()
+                 & ~(QFile::ReadUser | QFile::WriteUser),
+             QFile::ReadOwner | QFile::WriteOwner);
 }
 
 void tst_UpdateRecovery::nothingToRecover()
 {
     const Fixture fixture;
     makeBundle(fixture.backup, 1); // the user's own
-    QCOMPARE(fixture.recovery.recover(fixture.bundle), std::nullopt);
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
     QVERIFY(QFileInfo::exists(fixture.backup));
     fixture.expectSwap();
     const QString other = fixture.scratch.path(u"Other.app"_s);
-    QCOMPARE(fixture.recovery.recover(other), std::nullopt);
-    QVERIFY(QFileInfo::exists(fixture.record));
-    fixture.scratch.write(u"Updates/swap.json"_s, "{\"bundle\":7}");
-    QCOMPARE(fixture.recovery.recover(fixture.bundle), std::nullopt);
+    QCOMPARE(fixture.recovery.recover(other).bundle, std::nullopt);
+    QVERIFY(fixture.hasRecord());
+    fixture.scratch.write(u"Updates/swap.json"_s, "{\"swap\":7}");
+    QCOMPARE(fixture.recovery.recover(fixture.bundle).bundle, std::nullopt);
     QVERIFY(QFileInfo::exists(fixture.backup));
+    QVERIFY(QFileInfo::exists(fixture.newBundle));
 }
 
 QTEST_GUILESS_MAIN(tst_UpdateRecovery)
