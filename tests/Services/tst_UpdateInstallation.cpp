@@ -116,6 +116,13 @@ private Q_SLOTS:
     void answerOfTheDiskImageTool_data();
     void answerOfTheDiskImageTool();
     void placesThatCannotBeUpdated();
+    void newProgramThatCannotTellItsVersion_data();
+    void newProgramThatCannotTellItsVersion();
+    void bundleOnADiskWithoutRoom();
+    void closedWindowLeavesNoFiles_data();
+    void closedWindowLeavesNoFiles();
+    void applicationThatIsToldToQuit_data();
+    void applicationThatIsToldToQuit();
     void oneUpdaterAtATime();
     void replacesTheBundle_data();
     void replacesTheBundle();
@@ -285,6 +292,101 @@ void tst_UpdateInstallation::placesThatCannotBeUpdated()
     fixture.environment.temporaryFolder = fixture.scratch.path(u"file"_s);
     QVERIFY(fixture.failure().contains(u"路径中有一级不是文件夹"_s));
     QCOMPARE(fixture.mountedImages(), QStringList());
+}
+
+void tst_UpdateInstallation::newProgramThatCannotTellItsVersion_data()
+{
+    const auto row = columns<QByteArray, QString>("program", "reason");
+    const QString cannotRun = u"新版本无法运行，当前版本未改动"_s;
+    row("fails", "#!/bin/sh\necho 'Vaelix 1.2.0 (43)'\nexit 3\n", cannotRun + u"（退出状态 3）"_s);
+    row("is killed", "#!/bin/sh\necho 'Vaelix 1.2.0 (43)'\nkill -SEGV $$\n", cannotRun + u"（退出状态 139）"_s);
+    row("for another machine",
+        "\x7f"
+        "ELF no program",
+        cannotRun + u"：无法启动 "_s);
+    row("without its interpreter", "#!/nonexistent\n", cannotRun + u"：无法启动 "_s);
+    row("goes on for ever", "#!/bin/sh\necho 'Vaelix 1.2.0 (43)'\nsleep 1000\n", u" 没有在限定的时间内结束"_s);
+    row("says nothing", "#!/bin/sh\n", u"更新包中的程序不是 Vaelix 1.2.0 (43)，当前版本未改动："_s);
+    row("another build", "#!/bin/sh\necho 'Vaelix 1.2.0 (44)'\n", u"当前版本未改动：Vaelix 1.2.0 (44)"_s);
+    row("opens a window when asked", "#!/bin/sh\n[ \"$*\" = --version ] || echo 'Vaelix 1.2.0 (43)'\n",
+        u"当前版本未改动："_s);
+}
+
+void tst_UpdateInstallation::newProgramThatCannotTellItsVersion()
+{
+    QFETCH(QByteArray, program);
+    QFETCH(QString, reason);
+    Fixture fixture;
+    fixture.environment.trialLimit = std::chrono::milliseconds(program.contains("sleep") ? 300 : 30'000);
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43, program);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    const QString failure = fixture.failure();
+    QVERIFY2(failure.contains(reason), qPrintable(failure));
+    QVERIFY(!fixture.steps.contains(u"即将重启应用..."_s));
+    QCOMPARE(buildOf(fixture.environment.bundle), u"42"_s);
+    QCOMPARE(fixture.mountedImages(), QStringList());
+}
+
+void tst_UpdateInstallation::bundleOnADiskWithoutRoom()
+{
+    Fixture fixture;
+    QVERIFY(QDir().mkpath(fixture.scratch.path(u"small"_s)));
+    const SmallDisk disk(fixture.scratch.path(u"small"_s), 200'000); // a bundle takes half of it
+    fixture.environment.bundle = fixture.scratch.path(u"small/Vaelix.app"_s);
+    makeBundle(fixture.environment.bundle, 42);
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    QCOMPARE(fixture.failure(), u"%1 所在的磁盘空间不足"_s.arg(fixture.environment.bundle));
+    QCOMPARE(buildOf(fixture.environment.bundle), u"42"_s);
+    fixture.environment.bundle = fixture.scratch.path(u"apps/Vaelix.app"_s);
+    QCOMPARE(fixture.failure(), u""_s);
+}
+
+void tst_UpdateInstallation::closedWindowLeavesNoFiles_data()
+{
+    const auto row = columns<QString>("step");
+    row("unpacking", u"正在挂载安装镜像..."_s);
+    row("copying", u"正在复制新版本..."_s);
+}
+
+void tst_UpdateInstallation::closedWindowLeavesNoFiles()
+{
+    QFETCH(QString, step);
+    const Fixture fixture;
+    makeBundle(fixture.scratch.path(u"content/Vaelix.app"_s), 43);
+    fixture.scratch.write(u"content/Vaelix.app/Contents/Resources/large"_s, QByteArray(50'000'000, 'x'));
+    QCOMPARE(fixture.makeImageOf(u"content"_s), u""_s);
+    QProcess application;
+    application.start(QCoreApplication::applicationFilePath(),
+                      {u"install"_s, fixture.environment.bundle, fixture.scratch.home.path(), fixture.image, step});
+    QVERIFY(application.waitForFinished());
+    QCOMPARE(application.exitCode(), 2);
+    const auto bytes = [&] { return extentOf(fixture.environment.temporaryFolder).value_or(FolderExtent()).bytes; };
+    QTRY_COMPARE_WITH_TIMEOUT(bytes(), 0, 20'000); // the tool ends by itself
+    QVERIFY(!UpdateCheckService::recovery(fixture.scratch.folders).recover(fixture.environment.bundle).bundle);
+    QTRY_COMPARE(QDir(fixture.environment.temporaryFolder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList());
+    QCOMPARE(buildOf(fixture.environment.bundle), u"42"_s);
+}
+
+void tst_UpdateInstallation::applicationThatIsToldToQuit_data()
+{
+    const auto row = columns<QString, int>("state", "exitCode");
+    row("ends by itself", u"idle"_s, 7);
+    row("is ended when it does not", u"busy"_s, 0);
+}
+
+void tst_UpdateInstallation::applicationThatIsToldToQuit()
+{
+    QFETCH(QString, state);
+    QProcess application;
+    QElapsedTimer timer;
+    timer.start();
+    application.start(QCoreApplication::applicationFilePath(), {u"quit"_s, state});
+    QVERIFY(application.waitForFinished(20'000));
+    QCOMPARE(application.exitStatus(), QProcess::NormalExit);
+    QTEST(application.exitCode(), "exitCode");
+    QVERIFY(timer.elapsed() >= (state == u"busy"_s ? 3000 : 500));
 }
 
 void tst_UpdateInstallation::oneUpdaterAtATime()
