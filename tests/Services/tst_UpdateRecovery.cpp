@@ -1,5 +1,6 @@
 // What is left of an update that was broken off, and what the next start makes of it.
 
+#include "Platform/FolderContent.h"
 #include "Platform/PrivateFolder.h"
 #include "Services/UpdateRecovery.h"
 #include "Services/UpdateScript.h"
@@ -9,10 +10,13 @@
 
 #include <QDir>
 #include <QProcess>
+#include <csignal>
 #include <fcntl.h>
 #include <functional>
 #include <sys/file.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -22,9 +26,31 @@ namespace {
 std::function<void()> onFlush = [] { };
 bool isDiskBroken = false;
 
+/// Changes to the disk after which the process is killed; none when it is negative.
+int changesLeft = -1;
+
+void countChange()
+{
+    if (changesLeft-- == 0)
+        ::kill(::getpid(), SIGKILL);
+}
+
 } // namespace
 
-/// In the place of the system's, which it calls.
+// In the place of the system's, which they call.
+
+extern "C" int unlinkat(int folder, const char *name, int flags) noexcept
+{
+    countChange();
+    return int(::syscall(SYS_unlinkat, folder, name, flags));
+}
+
+extern "C" int renameat2(int from, const char *name, int to, const char *newName, unsigned flags) noexcept
+{
+    countChange();
+    return int(::syscall(SYS_renameat2, from, name, to, newName, flags));
+}
+
 extern "C" int syncfs(int descriptor) noexcept
 {
     onFlush();
@@ -46,6 +72,8 @@ struct Fixture {
     {
         makeBundle(bundle, 42);
         makeBundle(newBundle, 43);
+        oldExtent = extentOf(bundle);
+        newExtent = extentOf(newBundle);
         scratch.writeProgram(u"bin/open"_s, "#!/bin/sh\n");
     }
 
@@ -84,6 +112,8 @@ struct Fixture {
     const PrivateFolder temporaryFolder = PrivateFolder::make(scratch.path(u"Vaelix_update_1"_s)).value();
     const QString newBundle = temporaryFolder.path + u"/Foo.app"_s;
     const UpdateRecovery recovery{scratch.path(u"Updates"_s)};
+    std::optional<FolderExtent> oldExtent;
+    std::optional<FolderExtent> newExtent;
 };
 
 } // namespace
@@ -97,8 +127,12 @@ private Q_SLOTS:
 
     void scriptKilledAtALine_data();
     void scriptKilledAtALine();
+    void scriptKilledInACommand_data();
+    void scriptKilledInACommand();
     void moveThatWasBrokenOff_data();
     void moveThatWasBrokenOff();
+    void recoveryKilledAtAChange_data();
+    void recoveryKilledAtAChange();
     void bundleThatWasPutThereSince_data();
     void bundleThatWasPutThereSince();
     void noBundleIsWhole();
@@ -139,6 +173,92 @@ void tst_UpdateRecovery::scriptKilledAtALine()
     QVERIFY(Bundle::at(fixture.bundle).executable());
     QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
     QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::scriptKilledInACommand_data()
+{
+    // Which call of a command of the script's ends with all killed, and what it does before.
+    const auto row = columns<QByteArray, int, QByteArray, QString>("command", "call", "work", "build");
+    const QByteArray all = "\"$@\"";
+    const QByteArray halfCopy = "-a \"$2/Contents/MacOS\" \"$3/Contents/\""; // the program, not the data
+    const QByteArray halfRemoval = "-rf \"$2/Contents/MacOS\"";
+    row("old one not set aside", "mv", 1, "", u"42"_s);
+    row("old one set aside", "mv", 1, all, u"42"_s);
+    row("copy not begun", "cp", 1, "", u"42"_s);
+    row("copy half done", "cp", 1, halfCopy, u"42"_s);
+    row("copied", "cp", 1, all, u"42"_s);
+    row("copy flushed", "sync", 1, all, u"42"_s);
+    row("new one not in place", "mv", 2, "", u"42"_s);
+    row("new one in place", "mv", 2, all, u"43"_s);
+    row("new one flushed", "sync", 2, all, u"43"_s);
+    row("old one half deleted", "rm", 3, halfRemoval, u"43"_s);
+    row("old one deleted", "rm", 3, all, u"43"_s);
+    row("opened", "open", 1, "", u"43"_s);
+    row("temporary folder half deleted", "rm", 4, "-rf \"$2/update.sh\"", u"43"_s);
+}
+
+void tst_UpdateRecovery::scriptKilledInACommand()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(int, call);
+    QFETCH(QByteArray, work);
+    QFETCH(QString, build);
+    const Fixture fixture;
+    fixture.expectSwap();
+    const QByteArray system = "PATH=${PATH#*:} " + command + ' ';
+    QByteArray program = "#!/bin/bash\necho >> '" + fixture.scratch.path(u"calls"_s).toUtf8() + "'\n[ $(wc -l < '"
+        + fixture.scratch.path(u"calls"_s).toUtf8() + "') -eq " + QByteArray::number(call) + " ] || exec env " + system
+        + "\"$@\"\n";
+    if (work.startsWith("-a"))
+        program += "mkdir -p \"$3/Contents\"\n";
+    program += (work.isEmpty() ? QByteArray() : system + work + '\n') + "kill -9 $PPID\n";
+    fixture.scratch.writeProgram(u"bin/"_s + QString::fromLatin1(command), program);
+    const qsizetype lines = updateScript(1, u"/n"_s, u"/o"_s, u"/t"_s).count('\n') + 1;
+    fixture.swapUpTo(lines, Moves::Whole);
+    QVERIFY(QFile::exists(fixture.scratch.path(u"calls"_s)));
+    QCOMPARE(fixture.start(), fixture.bundle);
+    QCOMPARE(buildOf(fixture.bundle), build);
+    QCOMPARE(extentOf(fixture.bundle), build == u"42"_s ? fixture.oldExtent : fixture.newExtent);
+    QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+    QVERIFY(!fixture.hasRecord());
+}
+
+void tst_UpdateRecovery::recoveryKilledAtAChange_data()
+{
+    const auto row = columns<bool, QString>("isNewWhole", "build");
+    row("old one put back", false, u"42"_s);
+    row("old one deleted", true, u"43"_s);
+}
+
+void tst_UpdateRecovery::recoveryKilledAtAChange()
+{
+    QFETCH(bool, isNewWhole);
+    QFETCH(QString, build);
+    bool isKilled = true;
+    int change = 0;
+    for (; isKilled && change < 100; ++change) {
+        const Fixture fixture;
+        fixture.expectSwap();
+        QVERIFY(QDir().rename(fixture.bundle, fixture.backup));
+        makeBundle(fixture.bundle, 43);
+        if (!isNewWhole)
+            QVERIFY(QFile::remove(fixture.bundle + u"/Contents/Resources/data"_s));
+        const pid_t child = ::fork();
+        if (child == 0) {
+            changesLeft = change;
+            fixture.recovery.recover(fixture.bundle);
+            ::_exit(0);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        isKilled = WIFSIGNALED(status);
+        QVERIFY(isKilled || WEXITSTATUS(status) == 0);
+        QCOMPARE(fixture.start(), fixture.bundle);
+        QCOMPARE(extentOf(fixture.bundle), build == u"42"_s ? fixture.oldExtent : fixture.newExtent);
+        QCOMPARE(fixture.left(), QStringList(u"Vaelix.app"_s));
+        QVERIFY(!fixture.hasRecord());
+    }
+    QVERIFY2(!isKilled && change > 10, qPrintable(QString::number(change)));
 }
 
 void tst_UpdateRecovery::moveThatWasBrokenOff_data()
