@@ -63,14 +63,11 @@ void DownloadDelegate::cancel()
     fail(QStringLiteral("已取消"));
 }
 
-/// What the head of the answer says is wrong need not be waited for. A redirection may still be followed.
+/// A length that is wrong need not be waited for.
 void DownloadDelegate::checkHead()
 {
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status >= 300 && status <= 399)
-        return;
-    if (const auto reason = statusFailure())
-        return fail(*reason);
+    if (statusFailure())
+        return; // or a redirection that is followed
     const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     if (m_request.size > 0 && length > 0 && length != m_request.size)
         fail(differentSize(QStringLiteral("应为 %1 字节，服务器提供 %2 字节").arg(m_request.size).arg(length)));
@@ -84,12 +81,21 @@ void DownloadDelegate::receive()
         if (m_file.write(piece) != piece.size() || !m_file.flush())
             return fail(FileError::notWritten(m_request.destination, errno).description);
         m_received += piece.size();
-        if (m_request.size > 0 && m_received > m_request.size)
-            return fail(differentSize(QStringLiteral("应为 %1 字节，收到的更多").arg(m_request.size)));
-        if (m_request.size <= 0 && m_received > mostBytes)
-            return fail(QStringLiteral("下载的文件过大（超过 %1）").arg(byteCountText(mostBytes)));
+        if (const auto reason = excess())
+            return fail(*reason);
     }
     reportProgress();
+}
+
+std::optional<QString> DownloadDelegate::excess() const
+{
+    if (const auto reason = statusFailure())
+        return m_received > pieceSize ? reason : std::nullopt; // a short one ends by itself
+    if (m_request.size > 0 && m_received > m_request.size)
+        return differentSize(QStringLiteral("应为 %1 字节，收到的更多").arg(m_request.size));
+    if (m_request.size <= 0 && m_received > mostBytes)
+        return QStringLiteral("下载的文件过大（超过 %1）").arg(byteCountText(mostBytes));
+    return {};
 }
 
 void DownloadDelegate::reportProgress()

@@ -54,6 +54,7 @@ public:
 private:
     void checkHead();
     void receive();
+    std::optional<QString> excess() const;
     void reportProgress();
     void finish();
     void fail(const QString &reason);

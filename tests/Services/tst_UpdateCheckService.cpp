@@ -5,6 +5,7 @@
 #include "Support/Table.h"
 #include "Utilities/Log.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -369,13 +370,15 @@ void tst_UpdateCheckService::serverThatFallsSilent()
 {
     Fixture fixture;
     fixture.offerImage({.pieceSize = 1000, .pause = 10min});
+    const QDeadlineTimer inTime(10s);
     fixture.server.faults().set("GET", checkPath, {.delay = 10min});
     UpdateCheckService service(fixture.origin + QStringLiteral("/api/v1"), fixture.scratch.bundle,
                                {.folders = fixture.scratch.folders,
-                                .checkLimits = {.silence = 200ms, .exchange = 10min},
+                                .checkLimits = {.silence = 200ms, .exchange = 20s},
                                 .downloadSilence = 200ms});
     QVERIFY(!fixture.check(service));
     QCOMPARE(fixture.log, "⚠️ 检查更新失败: 请求超时\n");
+    QVERIFY(!inTime.hasExpired());
     QCOMPARE(fixture.download(service), QStringLiteral("请求超时"));
 }
 
