@@ -1,5 +1,7 @@
 #include "TokenPackageListModel.h"
 
+#include <algorithm>
+
 static constexpr int packageRole = Qt::UserRole;
 
 void TokenPackageListModel::setPackages(const QList<TokenPackage> &packages)
@@ -9,6 +11,12 @@ void TokenPackageListModel::setPackages(const QList<TokenPackage> &packages)
     beginResetModel();
     m_packages = packages;
     endResetModel();
+}
+
+TokenPackage TokenPackageListModel::withId(const QString &id) const
+{
+    const auto found = std::ranges::find(m_packages, id, &TokenPackage::id);
+    return found == m_packages.end() ? TokenPackage() : *found;
 }
 
 int TokenPackageListModel::rowCount(const QModelIndex &parent) const

@@ -14,6 +14,8 @@ public:
 
     void setPackages(const QList<TokenPackage> &packages);
     const QList<TokenPackage> &packages() const { return m_packages; }
+    /// The package as it is offered now; one without an id when it is not any more.
+    Q_INVOKABLE TokenPackage withId(const QString &id) const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void aPaymentSheetThatIsClosedStopsAsking();
     void messagesOfAPurchase_data();
     void messagesOfAPurchase();
+    void aChosenPackageIsTheOneOnOffer();
     void withoutAServerThereAreStillPackages();
     void theHistoryIsATable();
     void theAPIPageCopiesWhatItShows();
@@ -234,6 +235,28 @@ void tst_TokenScreens::messagesOfAPurchase()
     QVERIFY(m_screens->shows(message));
     QTRY_VERIFY(!m_screens->shows(u"微信扫码支付"_s));
     QTRY_VERIFY(m_screens->button(u"确认购买 专业版 - ¥129.90"_s)->isEnabled());
+}
+
+void tst_TokenScreens::aChosenPackageIsTheOneOnOffer()
+{
+    const auto offer = [this](const QString &id, double price) {
+        const QByteArray package = R"({"id":")" + id.toUtf8() + R"(","name":"标准版","tokenCount":500000,"price":)"
+            + QByteArray::number(price) + R"(,"currency":"CNY","isPopular":false,"packageDescription":""})";
+        m_server->faults().set("GET", packagesPath, {.status = 200, .body = envelope('[' + package + ']')});
+        m_screens->tokenViewModel.loadData();
+    };
+    openTokens();
+    choosePackage(standard);
+    m_screens->click(m_screens->button(u"确认购买 标准版 - ¥39.90"_s));
+    QTRY_VERIFY(m_screens->alert(u"确认购买"_s));
+
+    offer(standard.id, 59.9);
+    QTRY_VERIFY(m_screens->button(u"确认购买 标准版 - ¥59.90"_s));
+    QTRY_VERIFY(!m_screens->alert(u"确认购买"_s)); // which asked about the former price
+    offer(u"another"_s, 59.9);
+    QTRY_VERIFY(m_screens->shows(u"点选一个套餐后即可购买"_s));
+    QVERIFY(!m_screens->button(u"确认购买 标准版 - ¥59.90"_s));
+    QCOMPARE(requestsFor(u"/recharge"_s), 0);
 }
 
 void tst_TokenScreens::withoutAServerThereAreStillPackages()

@@ -12,6 +12,17 @@ Item {
     property tokenPackage selectedPackage
     readonly property bool hasSelection: selectedPackage.id !== ""
 
+    // What was asked is not what would be bought any more.
+    onSelectedPackageChanged: confirmAlert.close()
+
+    Connections {
+        target: purchaseView.viewModel.packages
+
+        function onModelReset() {
+            purchaseView.selectedPackage = purchaseView.viewModel.packages.withId(purchaseView.selectedPackage.id);
+        }
+    }
+
     Flickable {
         id: scroller
 
