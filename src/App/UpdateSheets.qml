@@ -9,7 +9,11 @@ Item {
 
     function showPrompt() {
         if (viewModel.hasUpdate)
-            prompt.setSource("UpdatePromptView.qml", { viewModel: viewModel, visible: true });
+            prompt.setSource("UpdatePromptView.qml", {
+                version: viewModel.availableUpdate,
+                viewModel: viewModel,
+                visible: true
+            });
     }
     function showAlert(title: string, message: string, confirmText: string) {
         if (alert.status === Loader.Null)
@@ -33,10 +37,9 @@ Item {
     Connections {
         target: prompt.item
 
-        function onClosed() {
-            prompt.source = "";
-            updates.viewModel.dismiss();
-        }
+        // At once: its other button can still be pressed while it fades.
+        function onAboutToHide() { updates.viewModel.dismiss(); }
+        function onClosed() { prompt.source = ""; }
     }
     Loader {
         id: alert

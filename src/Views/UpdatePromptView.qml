@@ -7,7 +7,8 @@ ModalPopup {
     id: prompt
 
     required property UpdateViewModel viewModel
-    readonly property appVersionInfo version: viewModel.availableUpdate
+    /// What it was opened for; it shows this until it has faded, when there is no offer any more.
+    required property appVersionInfo version
     readonly property bool isIdle: !viewModel.isDownloading && !viewModel.isInstalling
     readonly property bool canWait: isIdle && !version.isMandatory
 

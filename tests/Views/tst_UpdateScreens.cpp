@@ -28,6 +28,8 @@ private Q_SLOTS:
     void theStartOffersAnUpdate();
     void theStartSaysNothingWithoutOne();
     void theUserAsksForUpdates();
+    void anUpdatePutOffIsNotDownloaded_data();
+    void anUpdatePutOffIsNotDownloaded();
     void aMandatoryUpdateCannotWait();
     void anInstallationThatCannotUpdateSaysSo();
     void aDownloadIsCancelled();
@@ -140,6 +142,30 @@ void tst_UpdateScreens::theUserAsksForUpdates()
     click(u"检查更新"_s);
     QTRY_VERIFY(shows(u"已是最新版本"_s));
     QVERIFY(shows(u"当前没有可用的更新。"_s));
+}
+
+void tst_UpdateScreens::anUpdatePutOffIsNotDownloaded_data()
+{
+    const auto row = columns<bool>("byEscape");
+    row("later", false);
+    row("Esc", true);
+}
+
+void tst_UpdateScreens::anUpdatePutOffIsNotDownloaded()
+{
+    QFETCH(bool, byEscape);
+    offerUpdate();
+    showPrompt();
+    QQuickItem *const download = button(downloadButton);
+    if (byEscape)
+        m_screens->press(Qt::Key_Escape);
+    else
+        click(laterButton);
+    m_screens->click(download); // the prompt has not gone yet
+    QVERIFY(shows(u"1.2.0"_s));
+    QTRY_VERIFY(!shows(title));
+    QVERIFY(!m_screens->updateViewModel.isDownloading());
+    QCOMPARE(std::ranges::count(m_server->requests(), u"/downloads/Vaelix.dmg"_s, &devserver::Request::path), 0);
 }
 
 void tst_UpdateScreens::aMandatoryUpdateCannotWait()
