@@ -8,6 +8,7 @@ Window {
     required property string appVersion
     required property AuthService authService
     required property UpdateViewModel updateViewModel
+    required property UserDefaults userDefaults
     /// Given by tests: see ContentView.
     property var viewModels: ({})
 
@@ -63,5 +64,8 @@ Window {
     UpdateSheets {
         anchors.fill: parent
         viewModel: mainWindow.updateViewModel
+    }
+    SettingsNotice {
+        problem: mainWindow.userDefaults.problem
     }
 }

@@ -2,8 +2,10 @@
 
 #include "Platform/ApplicationInstance.h"
 #include "Platform/Bundle.h"
+#include "Platform/UserDefaults.h"
 #include "Services/AuthService.h"
 #include "Services/UpdateCheckService.h"
+#include "Utilities/Log.h"
 #include "Views/QmlTypes.h"
 #include "Views/ScreenUpdateViewModel.h"
 
@@ -67,6 +69,12 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
     AuthService &auth = AuthService::shared();
     QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleCallback);
 
+    UserDefaults &defaults = UserDefaults::shared();
+    QObject::connect(&defaults, &UserDefaults::problemChanged, [&defaults] {
+        if (!defaults.problem().isEmpty())
+            Log::line(defaults.problem());
+    });
+
     ScreenUpdateViewModel updates;
     QQmlApplicationEngine engine;
     installViews(engine);
@@ -74,6 +82,7 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
         {QStringLiteral("appVersion"), Bundle::main().shortVersion().value_or(QStringLiteral("1.0"))},
         {QStringLiteral("authService"), QVariant::fromValue(&auth)},
         {QStringLiteral("updateViewModel"), QVariant::fromValue(&updates)},
+        {QStringLiteral("userDefaults"), QVariant::fromValue(&defaults)},
     });
     engine.load(mainWindowUrl);
     if (engine.rootObjects().isEmpty())
@@ -91,5 +100,7 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
             updates.checkAtStart();
         },
         Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-    return QGuiApplication::exec();
+    const int status = QGuiApplication::exec();
+    defaults.flush();
+    return status;
 }

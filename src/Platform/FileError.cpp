@@ -17,6 +17,8 @@ static QString describe(int error, const QString &access)
     case ENOTDIR:
     case EEXIST:
         return QStringLiteral("路径中有一级不是文件夹");
+    case EWOULDBLOCK:
+        return QStringLiteral("另一个程序一直占用着它");
     case EIO:
         return QStringLiteral("磁盘读写出错");
     case EISDIR:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Appearance.h"
+#include "Platform/UserDefaults.h"
 #include "Services/AuthService.h"
 #include "ViewModels/ChangePasswordViewModel.h"
 #include "ViewModels/DashboardViewModel.h"
@@ -30,6 +31,13 @@ struct AppearanceType {
 
 public:
     static Appearance *create(QQmlEngine *, QJSEngine *);
+};
+
+struct UserDefaultsType {
+    Q_GADGET
+    QML_FOREIGN(UserDefaults)
+    QML_NAMED_ELEMENT(UserDefaults)
+    QML_UNCREATABLE("There is one, which the application hands to its window.")
 };
 
 struct AuthServiceType {

@@ -1,13 +1,11 @@
 #include "Platform/Bundle.h"
 #include "Platform/Folders.h"
-#include "Platform/UserDefaults.h"
 #include "Support/Scratch.h"
 #include "Support/Table.h"
 #include "Utilities/Deployment.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -16,9 +14,6 @@ class tst_Facilities : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void defaultsKeepValuesByType();
-    void defaultsThatAreNotJSONAreSetAside();
-    void defaultsThatCannotBeWrittenKeepTheOld();
     void bundleReadsItsPropertyList_data();
     void bundleReadsItsPropertyList();
     void originOverrideIsForLoopbackOnly_data();
@@ -26,49 +21,6 @@ private Q_SLOTS:
     void homeIsThatOfTheUserDatabase();
     void credentials();
 };
-
-void tst_Facilities::defaultsKeepValuesByType()
-{
-    Scratch scratch;
-    const QString file = scratch.path(u".config/com.vaelix.app.json"_s);
-    const QByteArray binary("\x00\xff{", 3);
-    scratch.defaults.setData(u"data"_s, binary);
-    scratch.defaults.setText(u"text"_s, u"文本"_s);
-    scratch.defaults.setTrue(u"flag"_s, true);
-    const UserDefaults again(file);
-    QCOMPARE(again.data(u"data"_s), binary);
-    QCOMPARE(again.text(u"text"_s), u"文本"_s);
-    QVERIFY(again.isTrue(u"flag"_s));
-    QVERIFY(!again.data(u"text"_s) && !again.text(u"data"_s) && !again.isTrue(u"text"_s));
-    QVERIFY(!again.data(u"missing"_s) && !again.text(u"missing"_s) && !again.isTrue(u"missing"_s));
-
-    // Another process wrote in between: its value survives ours.
-    UserDefaults other(file);
-    other.setText(u"theirs"_s, u"x"_s);
-    scratch.defaults.setTrue(u"flag"_s, false);
-    QCOMPARE(other.text(u"theirs"_s), u"x"_s);
-    QVERIFY(!other.isTrue(u"flag"_s));
-}
-
-void tst_Facilities::defaultsThatAreNotJSONAreSetAside()
-{
-    Scratch scratch;
-    scratch.write(u".config/com.vaelix.app.json"_s, "{\"broken\": ");
-    QVERIFY(!scratch.defaults.text(u"broken"_s));
-    scratch.defaults.setText(u"new"_s, u"x"_s);
-    QCOMPARE(scratch.defaults.text(u"new"_s), u"x"_s);
-    QCOMPARE(scratch.read(u".config/com.vaelix.app.json.damaged"_s), "{\"broken\": ");
-}
-
-void tst_Facilities::defaultsThatCannotBeWrittenKeepTheOld()
-{
-    Scratch scratch;
-    scratch.write(u"file"_s, "in the way");
-    UserDefaults blocked(scratch.path(u"file/defaults.json"_s));
-    blocked.setText(u"key"_s, u"x"_s);
-    QVERIFY(!blocked.text(u"key"_s));
-    QCOMPARE(scratch.read(u"file"_s), "in the way");
-}
 
 void tst_Facilities::bundleReadsItsPropertyList_data()
 {

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <sched.h>
 #include <sys/mount.h>
@@ -41,4 +42,17 @@ SmallDisk::~SmallDisk()
 {
     if (::umount2(m_folder, MNT_DETACH) != 0)
         qWarning("the disk at %s stays: %s", m_folder.constData(), std::strerror(errno));
+}
+
+void SmallDisk::fill() const
+{
+    const int file = ::open(filler(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    for (const QByteArray &piece : {QByteArray(4096, 'x'), QByteArray("x")})
+        while (::write(file, piece, size_t(piece.size())) > 0) { }
+    ::close(file);
+}
+
+void SmallDisk::clear() const
+{
+    ::unlink(filler());
 }

@@ -15,6 +15,13 @@ public:
     SmallDisk &operator=(const SmallDisk &) = delete;
     ~SmallDisk();
 
+    /// Leaves no room for a single byte.
+    void fill() const;
+    /// Gives back what fill() took.
+    void clear() const;
+
 private:
+    QByteArray filler() const { return m_folder + "/filler"; }
+
     const QByteArray m_folder;
 };

@@ -63,6 +63,7 @@ Screens::Screens(Start start, const QString &serverOrigin, const QString &bundle
     engine.setInitialProperties({{u"appVersion"_s, u"1.0.0"_s},
                                  {u"authService"_s, QVariant::fromValue(&auth)},
                                  {u"updateViewModel"_s, QVariant::fromValue(&updateViewModel)},
+                                 {u"userDefaults"_s, QVariant::fromValue(&scratch.defaults)},
                                  {u"viewModels"_s, viewModels()}});
     engine.load(mainWindowUrl);
     window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
