@@ -2,6 +2,7 @@
 // was downloaded is verified.
 
 #include "DevServer.h"
+#include "Frames.h"
 #include "LargeFile.h"
 #include "Measure.h"
 #include "Support/Bundles.h"
@@ -9,61 +10,13 @@
 #include "Views/Screens.h"
 
 #include <QGuiApplication>
-#include <QTimer>
 
-using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int mebibytes = 512;
 constexpr int rounds = 16;
-constexpr auto tick = 16ms;
-
-/// Draws the window on every tick, and takes down the seconds from the tick to the picture: what the interface
-/// thread had to do first, and the wait for a processor, included.
-class Frames : public QObject
-{
-public:
-    Frames(QQuickWindow *window, std::function<void(double)> sink)
-        : m_window(window)
-        , m_sink(std::move(sink))
-        , m_due(Clock::now())
-    {
-        m_timer.setSingleShot(true);
-        m_timer.setTimerType(Qt::PreciseTimer);
-        connect(&m_timer, &QTimer::timeout, this, &Frames::draw);
-        connect(window, &QQuickWindow::frameSwapped, this, [this] { ++m_drawn; });
-        await();
-    }
-
-private:
-    using Clock = std::chrono::steady_clock;
-
-    void await()
-    {
-        m_due = std::max(m_due + tick, Clock::now());
-        m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(m_due - Clock::now()));
-    }
-
-    void draw()
-    {
-        const int before = m_drawn;
-        m_window->update();
-        QEvent update(QEvent::UpdateRequest);
-        QCoreApplication::sendEvent(m_window, &update);
-        if (m_drawn == before)
-            qFatal("The window was not drawn");
-        m_sink(std::chrono::duration<double>(Clock::now() - m_due).count());
-        await();
-    }
-
-    QQuickWindow *const m_window;
-    const std::function<void(double)> m_sink;
-    Clock::time_point m_due;
-    QTimer m_timer;
-    int m_drawn = 0;
-};
 
 /// An offer of what the file server sends, whose hash is another's: the verification is its end.
 devserver::UpdateOffer offerOf(const LargeFile &file, const FileServer &server)

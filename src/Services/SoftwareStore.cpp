@@ -63,6 +63,43 @@ nlohmann::ordered_json encodeRecord(const StatusRecord &record)
     return json;
 }
 
+SoftwareStore::Table decodeTable(const std::optional<QByteArray> &json)
+{
+    if (!json)
+        return {};
+    return decodeJSON(*json, [](JSONValue value) { return decodeMap(value, decodeRecord); })
+        .value_or(SoftwareStore::Table());
+}
+
+QByteArray encodeTable(const SoftwareStore::Table &table)
+{
+    nlohmann::json json = nlohmann::json::object();
+    for (auto record = table.begin(); record != table.end(); ++record)
+        json[record.key().toStdString()] = encodeRecord(record.value());
+    return QByteArray::fromStdString(json.dump());
+}
+
+StatusRecord recordOf(const AISoftware &software)
+{
+    return {software.status(), software.version(), software.installedAt(), software.lastUsedAt,
+            software.tokenConsumedToday};
+}
+
+/// The stored record with what has changed since it was known.
+StatusRecord merged(StatusRecord stored, const StatusRecord &known, const StatusRecord &record)
+{
+    const auto take = [&](auto field) {
+        if (record.*field != known.*field)
+            stored.*field = record.*field;
+    };
+    take(&StatusRecord::status);
+    take(&StatusRecord::version);
+    take(&StatusRecord::installedAt);
+    take(&StatusRecord::lastUsedAt);
+    take(&StatusRecord::tokenConsumedToday);
+    return stored;
+}
+
 } // namespace
 
 SoftwareStore &SoftwareStore::shared()
@@ -78,29 +115,34 @@ SoftwareStore::SoftwareStore(UserDefaults &defaults)
 
 SoftwareStore::~SoftwareStore()
 {
+    qDeleteAll(m_formerSoftware);
     qDeleteAll(m_softwareList);
 }
 
 void SoftwareStore::merge(const SoftwareCatalog::Entries &catalog)
 {
-    const Table records = loadAll();
+    m_stored = loadAll();
     QSet<QString> offered;
     for (const SoftwareCatalogEntry &entry : catalog) {
+        if (offered.contains(entry.id))
+            continue;
         offered.insert(entry.id);
         if (AISoftware *const known = software(entry.id)) {
             known->takeDescription(entry);
             known->takeOffer(entry);
         } else {
-            append(entry, records.value(entry.id));
+            append(entry, m_stored.value(entry.id));
         }
     }
+    qDeleteAll(std::exchange(m_formerSoftware, {}));
     m_softwareList.removeIf([&](AISoftware *software) {
         if (offered.contains(software->id()))
             return false;
         m_softwareById.remove(software->id());
-        software->deleteLater();
+        m_formerSoftware.append(software);
         return true;
     });
+    Q_EMIT changed();
 }
 
 void SoftwareStore::append(const SoftwareCatalogEntry &entry, const StatusRecord &record)
@@ -118,25 +160,37 @@ void SoftwareStore::append(const SoftwareCatalogEntry &entry, const StatusRecord
 
 void SoftwareStore::save(const AISoftware &software)
 {
-    Table table = loadAll();
-    table.insert(software.id(),
-                 StatusRecord{software.status(), software.version(), software.installedAt(), software.lastUsedAt,
-                              software.tokenConsumedToday});
-    saveAll(table);
+    store({{software.id(), recordOf(software)}}, std::nullopt);
+}
+
+void SoftwareStore::saveAll()
+{
+    Table records;
+    for (const AISoftware *const software : m_softwareList) {
+        const auto stored = m_stored.constFind(software->id());
+        if (const StatusRecord record = recordOf(*software); stored == m_stored.constEnd() || *stored != record)
+            records.insert(software->id(), record);
+    }
+    if (!records.isEmpty())
+        store(records, m_stored);
 }
 
 SoftwareStore::Table SoftwareStore::loadAll() const
 {
-    const auto json = m_defaults.data(defaultsKey);
-    if (!json)
-        return {};
-    return decodeJSON(*json, [](JSONValue value) { return decodeMap(value, decodeRecord); }).value_or(Table());
+    return decodeTable(m_defaults.data(defaultsKey));
 }
 
-void SoftwareStore::saveAll(const Table &table)
+void SoftwareStore::store(const Table &records, const std::optional<Table> &known)
 {
-    nlohmann::json json = nlohmann::json::object();
-    for (auto record = table.begin(); record != table.end(); ++record)
-        json[record.key().toStdString()] = encodeRecord(record.value());
-    m_defaults.setData(defaultsKey, QByteArray::fromStdString(json.dump()));
+    m_defaults.changeData(defaultsKey, [records, known](const std::optional<QByteArray> &json) {
+        Table table = decodeTable(json);
+        for (auto record = records.begin(); record != records.end(); ++record) {
+            const auto stored = table.constFind(record.key());
+            const bool isMerged = known && stored != table.constEnd();
+            table.insert(record.key(), isMerged ? merged(*stored, known->value(record.key()), *record) : *record);
+        }
+        return encodeTable(table);
+    });
+    m_stored.insert(records);
+    Q_EMIT changed();
 }

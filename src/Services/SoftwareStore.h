@@ -21,37 +21,48 @@ struct StatusRecord {
 
 /// The software this application knows, as one list shared by all screens, and the table of its
 /// states kept across runs in the user defaults. Interface thread only.
-class SoftwareStore
+class SoftwareStore : public QObject
 {
+    Q_OBJECT
+
 public:
     using Table = QHash<QString, StatusRecord>; ///< by software id
 
     static SoftwareStore &shared();
 
     explicit SoftwareStore(UserDefaults &defaults);
-    ~SoftwareStore();
-    SoftwareStore(const SoftwareStore &) = delete;
-    SoftwareStore &operator=(const SoftwareStore &) = delete;
+    ~SoftwareStore() override;
 
-    /// In display order. The store owns the objects; one leaves the list with its catalog entry and
-    /// is deleted from the event loop.
+    /// In display order. The store owns the objects. One leaves the list with its catalog entry and lives on until
+    /// the next merge, since views let go of what they show only when they are drawn next.
     const QList<AISoftware *> &softwareList() const { return m_softwareList; }
     AISoftware *software(const QString &id) const { return m_softwareById.value(id); } ///< null when not listed
 
     /// Makes the list that of the catalog: describes what is listed already anew, appends what is
-    /// new with its stored state, removes what is gone.
+    /// new with its stored state, removes what is gone. Of entries with the same id the first counts.
     void merge(const SoftwareCatalog::Entries &catalog);
 
-    /// Stores the software's state, leaving the other records as they are.
+    // What is stored joins the stored table as it is by then, so that what other processes store meanwhile stays.
+
+    /// Stores the software's state.
     void save(const AISoftware &software);
+    /// Stores, at one go, what has changed in the state of all listed software since it was read or stored here.
+    void saveAll();
     /// The stored table; empty when there is none or any of it does not decode.
     Table loadAll() const;
 
+Q_SIGNALS:
+    /// The list was merged, or the state of software in it stored.
+    void changed();
+
 private:
-    void saveAll(const Table &table);
     void append(const SoftwareCatalogEntry &entry, const StatusRecord &record);
+    /// With a table of known records, only what differs from them is stored where there is a record by then.
+    void store(const Table &records, const std::optional<Table> &known);
 
     UserDefaults &m_defaults;
     QList<AISoftware *> m_softwareList;
+    QList<AISoftware *> m_formerSoftware;
     QHash<QString, AISoftware *> m_softwareById;
+    Table m_stored; ///< as last read or saved here
 };

@@ -16,13 +16,16 @@ DashboardViewModel::DashboardViewModel(Services services, QObject *parent)
     : QObject(parent)
     , m_services(services)
 {
+    connect(&m_services.store, &SoftwareStore::changed, this, &DashboardViewModel::takeSoftware);
 }
 
 QCoro::Task<> DashboardViewModel::loadData()
 {
     const QPointer self(this);
-    setIsLoading(true);
     takeSoftware();
+    if (m_isLoading)
+        co_return;
+    setIsLoading(true);
     co_await loadBalance();
     if (self)
         co_await loadWeeklyUsage();
@@ -34,12 +37,6 @@ void DashboardViewModel::takeSoftware()
 {
     const auto &list = m_services.store.softwareList();
     m_softwareList.setSoftware(list);
-    for (const AISoftware *software : list) {
-        disconnect(software, nullptr, this, nullptr);
-        // The store's list is without it by then.
-        connect(software, &QObject::destroyed, this,
-                [this] { m_softwareList.setSoftware(m_services.store.softwareList()); });
-    }
     const auto isInstalled = [](const AISoftware *software) {
         return software->status() != SoftwareStatus::NotInstalled;
     };

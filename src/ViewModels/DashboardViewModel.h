@@ -8,8 +8,8 @@
 class SoftwareStore;
 class TokenAPIService;
 
-/// The dashboard's figures. Software and account are counted when it is told to load; a failure
-/// there shows no message. Interface thread only.
+/// The dashboard's figures. Software is counted whenever the store changes, the account when it is told to load; a
+/// failure there shows no message. Interface thread only.
 class DashboardViewModel : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,8 @@ public:
     explicit DashboardViewModel(Services services, QObject *parent = nullptr);
 
     /// Takes the software over as the store has it, then asks for the balance and for the week's
-    /// usage. Without an answer the balance stays as it is and the usage becomes empty.
+    /// usage, unless an earlier call is still asking. Without an answer the balance stays as it is and the usage
+    /// becomes empty.
     QCoro::Task<> loadData();
 
     /// Whatever is not "not installed", operations that are under way or failed included.
@@ -42,7 +43,7 @@ public:
     QString tokenBalanceText() const; ///< as formatTokenCount() writes it
     QString usedTodayText() const; ///< as formatTokenCount() writes it
     DashboardUsageModel *weeklyUsage() { return &m_weeklyUsage; }
-    /// Software that leaves the store leaves it, too.
+    /// The store's.
     SoftwareListModel *softwareList() { return &m_softwareList; }
     bool isLoading() const { return m_isLoading; }
 

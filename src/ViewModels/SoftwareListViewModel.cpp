@@ -10,6 +10,7 @@
 #include "Services/SoftwareDetectionService.h"
 #include "Services/SoftwareMonitorService.h"
 #include "Services/SoftwareStore.h"
+#include "Utilities/NextTurn.h"
 
 #include <QFileInfo>
 #include <QLocale>
@@ -81,10 +82,16 @@ QCoro::Task<> SoftwareListViewModel::loadData()
     auto catalog = co_await m_services.catalog.load();
     if (!self)
         co_return;
+    // A large catalog is not read, listed and asked for in one turn of the event loop.
+    co_await nextTurn();
+    if (!self)
+        co_return;
     m_catalog = std::move(catalog);
     m_services.store.merge(m_catalog);
     refilter();
-    co_await detectAllStatus();
+    co_await nextTurn();
+    if (self)
+        co_await detectAllStatus();
     if (self && !isDetectionInVain())
         co_await detectLocalVersions();
     if (!self)
@@ -110,6 +117,8 @@ QCoro::Task<> SoftwareListViewModel::detectAllStatus()
     for (const AISoftware *software : softwareList())
         ids.append(software->id());
     const DetectionAnswers isRunning = co_await m_services.monitor.checkAllStatus(ids);
+    if (self)
+        co_await nextTurn();
     if (!self)
         co_return;
     if (isRunning.failure)
@@ -118,16 +127,19 @@ QCoro::Task<> SoftwareListViewModel::detectAllStatus()
         if (SoftwareStatus::isInProgress(software->status()))
             continue;
         software->setStatus(detectedStatus(*software, isInstalled.of(software->id()), isRunning.of(software->id())));
-        m_services.store.save(*software);
     }
+    m_services.store.saveAll();
 }
 
 QCoro::Task<> SoftwareListViewModel::detectLocalVersions()
 {
     const QPointer self(this);
-    const QList<SoftwarePointer> list(softwareList().begin(), softwareList().end());
-    for (const SoftwarePointer &software : list) {
-        if (!software || !software->isUsable() || versionCommand(software->id()).isEmpty())
+    QList<SoftwarePointer> asked;
+    for (AISoftware *const software : softwareList())
+        if (!versionCommand(software->id()).isEmpty())
+            asked.append(software);
+    for (const SoftwarePointer &software : asked) {
+        if (!software || !software->isUsable())
             continue;
         const auto result = co_await m_services.detection.shell().ask(versionCommand(software->id()));
         if (!self)

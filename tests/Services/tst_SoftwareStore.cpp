@@ -3,6 +3,8 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -23,6 +25,10 @@ private Q_SLOTS:
     void tableThatDoesNotDecodeIsEmpty_data();
     void tableThatDoesNotDecodeIsEmpty();
     void mergeKeepsObjectsAndTheirState();
+    void firstOfTwoEntriesWithOneIdCounts();
+    void passIsOneWriteOfWhatChanged();
+    void passLeavesWhatAnotherProcessStored_data();
+    void passLeavesWhatAnotherProcessStored();
 };
 
 void tst_SoftwareStore::savedRecordComesBack()
@@ -110,13 +116,91 @@ void tst_SoftwareStore::mergeKeepsObjectsAndTheirState()
     const QPointer<AISoftware> former = scratch.store.software(u"a"_s);
     catalog.removeLast();
     scratch.store.merge(catalog);
+    QVERIFY(!scratch.store.software(u"a"_s));
+    QVERIFY(former); // a view may still show it
     QCOMPARE(scratch.store.softwareList().first(), b);
     QCOMPARE(scratch.store.softwareList().size(), 2);
     QCOMPARE(b->name, u"新名字"_s);
     QCOMPARE(b->status(), SoftwareStatus::Running);
     QCOMPARE(b->latestVersion, u"2.0"_s);
     QCOMPARE(b->upgradeCommand, u"upgrade b"_s);
-    QTRY_VERIFY(!former);
+    scratch.store.merge(catalog);
+    QVERIFY(!former);
+}
+
+void tst_SoftwareStore::firstOfTwoEntriesWithOneIdCounts()
+{
+    Scratch scratch;
+    SoftwareCatalog::Entries catalog{testEntry(u"a"_s), testEntry(u"b"_s), testEntry(u"a"_s)};
+    catalog[2].name = u"另一个"_s;
+    catalog[2].installCommand = u"other"_s;
+    for (int time = 0; time < 2; ++time) {
+        scratch.store.merge(catalog);
+        QCOMPARE(scratch.store.softwareList().size(), 2);
+        QCOMPARE(scratch.store.software(u"a"_s)->name, u"A"_s);
+        QVERIFY(scratch.store.software(u"a"_s)->installCommand.isEmpty());
+    }
+}
+
+void tst_SoftwareStore::passIsOneWriteOfWhatChanged()
+{
+    Scratch scratch;
+    const QString file = scratch.path(u".config/com.vaelix.app.json"_s);
+    const auto stamp = [&file, &scratch] {
+        scratch.defaults.flush();
+        struct stat status{};
+        return ::stat(QFile::encodeName(file), &status) == 0 ? status.st_ino : 0; // a new one with each write
+    };
+    SoftwareCatalog::Entries catalog;
+    for (int number = 0; number < 2000; ++number)
+        catalog.append(testEntry(QString::number(number)));
+    scratch.store.merge(catalog);
+    QSignalSpy changes(&scratch.store, &SoftwareStore::changed);
+    scratch.store.saveAll();
+    const auto first = stamp();
+    QVERIFY(first != 0);
+    QCOMPARE(scratch.store.loadAll().size(), 2000);
+    scratch.store.saveAll();
+    QCOMPARE(stamp(), first);
+    QCOMPARE(changes.count(), 1);
+    scratch.store.software(u"7"_s)->setStatus(SoftwareStatus::Running);
+    scratch.store.saveAll();
+    QVERIFY(stamp() != first);
+    QCOMPARE(scratch.store.loadAll()[u"7"_s].status, SoftwareStatus::Running);
+}
+
+void tst_SoftwareStore::passLeavesWhatAnotherProcessStored_data()
+{
+    const auto row = columns<bool>("isKnown");
+    row("changed since", true);
+    row("stored for the first time since", false);
+}
+
+void tst_SoftwareStore::passLeavesWhatAnotherProcessStored()
+{
+    Scratch scratch;
+    UserDefaults theirDefaults(scratch.path(u".config/com.vaelix.app.json"_s));
+    SoftwareStore theirs(theirDefaults);
+    QFETCH(bool, isKnown);
+    const SoftwareCatalog::Entries catalog{testEntry(u"a"_s), testEntry(u"b"_s)};
+    scratch.store.merge(catalog);
+    if (isKnown)
+        scratch.store.saveAll();
+    scratch.defaults.flush();
+    theirs.merge(catalog);
+    const QDateTime now = QDateTime::currentDateTime();
+    theirs.software(u"a"_s)->setInstalledAt(now);
+    theirs.software(u"a"_s)->setVersion(u"1"_s);
+    theirs.save(*theirs.software(u"a"_s));
+    theirDefaults.flush();
+
+    // Our pass has seen the program come, but not how.
+    scratch.store.software(u"a"_s)->setStatus(SoftwareStatus::Running);
+    scratch.store.software(u"b"_s)->setStatus(SoftwareStatus::Installed);
+    scratch.store.saveAll();
+    scratch.defaults.flush();
+    QCOMPARE(theirs.loadAll()[u"a"_s], (StatusRecord{SoftwareStatus::Running, u"1"_s, now, {}, 0}));
+    QCOMPARE(theirs.loadAll()[u"b"_s].status, SoftwareStatus::Installed);
 }
 
 QTEST_GUILESS_MAIN(tst_SoftwareStore)

@@ -12,7 +12,7 @@ FocusScope {
     Component.onCompleted: load()
 
     function load() {
-        if (visible && !viewModel.isLoading)
+        if (visible)
             viewModel.loadData();
     }
 
