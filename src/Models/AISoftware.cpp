@@ -1,5 +1,9 @@
 #include "AISoftware.h"
 
+#include "Utilities/Text.h"
+
+#include <QUrl>
+
 AISoftware::AISoftware(QString id, QObject *parent)
     : QObject(parent)
     , m_id(std::move(id))
@@ -8,8 +12,8 @@ AISoftware::AISoftware(QString id, QObject *parent)
 
 void AISoftware::takeDescription(const SoftwareCatalogEntry &entry)
 {
-    name = entry.name;
-    softwareDescription = entry.description;
+    name = displayText(entry.name);
+    softwareDescription = displayText(entry.description);
     category = entry.category;
     iconName = entry.iconName;
     iconURL = entry.iconURL;
@@ -19,21 +23,29 @@ void AISoftware::takeDescription(const SoftwareCatalogEntry &entry)
     stopCommand = entry.stopCommand;
     detectCommand = entry.detectCommand;
     configCommand = entry.configCommand;
-    homepageURL = entry.homepageURL;
-    dependencies = entry.dependencies;
+    homepageURL = displayText(entry.homepageURL);
+    dependencies.clear();
+    for (const QString &dependency : entry.dependencies)
+        dependencies.append(displayText(dependency));
     Q_EMIT catalogChanged();
 }
 
 void AISoftware::takeOffer(const SoftwareCatalogEntry &entry)
 {
-    latestVersion = entry.version;
+    latestVersion = displayText(entry.version);
     upgradeCommand = entry.upgradeCommand;
     Q_EMIT catalogChanged();
 }
 
+bool AISoftware::hasWebPage() const
+{
+    const QString scheme = QUrl(homepageURL).scheme();
+    return scheme == QLatin1String("https") || scheme == QLatin1String("http");
+}
+
 void AISoftware::setVersion(const QString &version)
 {
-    m_version = version;
+    m_version = displayText(version);
     Q_EMIT versionChanged();
 }
 

@@ -20,6 +20,7 @@ class AISoftware : public QObject
     Q_PROPERTY(QString configCommand MEMBER configCommand NOTIFY catalogChanged)
     Q_PROPERTY(QString latestVersion MEMBER latestVersion NOTIFY catalogChanged)
     Q_PROPERTY(QString homepageURL MEMBER homepageURL NOTIFY catalogChanged)
+    Q_PROPERTY(bool hasWebPage READ hasWebPage NOTIFY catalogChanged)
     Q_PROPERTY(QStringList dependencies MEMBER dependencies NOTIFY catalogChanged)
     Q_PROPERTY(QString version READ version NOTIFY versionChanged)
     Q_PROPERTY(SoftwareStatus::Value status READ status NOTIFY statusChanged)
@@ -31,7 +32,7 @@ public:
     explicit AISoftware(QString id, QObject *parent = nullptr);
 
     /// Overwrites what the catalog says about it, except what takeOffer() takes. The entry must have
-    /// this object's id.
+    /// this object's id. Texts for a screen are as displayText() makes them.
     void takeDescription(const SoftwareCatalogEntry &entry);
     /// Overwrites the version the catalog offers and the command line that upgrades to it.
     void takeOffer(const SoftwareCatalogEntry &entry);
@@ -42,12 +43,15 @@ public:
     const std::optional<QDateTime> &installedAt() const { return m_installedAt; }
 
     // Observers are told of every assignment, of an equal value too.
+    /// As displayText() makes it.
     void setVersion(const QString &version);
     void setStatus(SoftwareStatus::Value status);
     void setInstalledAt(const std::optional<QDateTime> &installedAt);
 
     QString categoryName() const { return SoftwareCategory::displayName(category); }
     QString statusName() const { return SoftwareStatus::displayName(m_status); }
+    /// homepageURL is one that a browser may be sent to: http or https.
+    bool hasWebPage() const;
     bool isUsable() const { return SoftwareStatus::isUsable(m_status); }
 
     // Changed while the list is built or rebuilt only; catalogChanged tells of it.
@@ -65,7 +69,7 @@ public:
     QString latestVersion; ///< empty when unknown
     QString upgradeCommand;
     QString homepageURL;
-    QStringList dependencies;
+    QStringList dependencies; ///< for a screen
 
     std::optional<QDateTime> lastUsedAt;
     qint64 tokenConsumedToday = 0;

@@ -1,6 +1,7 @@
 #include "TokenPackage.h"
 
 #include "TokenFormat.h"
+#include "Utilities/Text.h"
 
 #include <QLocale>
 #include <cmath>
@@ -12,13 +13,13 @@ Decoded<TokenPackage> decodePackage(JSONValue value)
     JSONReader json(value);
     return json.result(TokenPackage{
         .id = json.text("id"),
-        .name = json.text("name"),
+        .name = displayText(json.text("name")),
         .tokenCount = json.integer("tokenCount"),
         .price = json.value("price", decodeNumber),
         .currency = json.text("currency"),
         .discount = json.optionalNumber("discount"),
         .isPopular = json.value("isPopular", decodeBoolean),
-        .packageDescription = json.text("packageDescription"),
+        .packageDescription = displayText(json.text("packageDescription")),
     });
 }
 

@@ -1,5 +1,7 @@
 #include "TokenTransaction.h"
 
+#include "Utilities/Text.h"
+
 #include <algorithm>
 
 namespace {
@@ -48,8 +50,8 @@ TokenTransaction TokenTransaction::from(const TransactionResponse &response, con
         .amount = response.amount,
         .balance = response.balance,
         .softwareId = response.softwareId,
-        .softwareName = response.softwareName,
-        .transactionDescription = response.description,
+        .softwareName = response.softwareName ? std::optional(displayText(*response.softwareName)) : std::nullopt,
+        .transactionDescription = displayText(response.description),
         .createdAt = readTime(response.createdAt).value_or(now),
     };
 }

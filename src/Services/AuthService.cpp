@@ -5,6 +5,7 @@
 #include "Platform/UserDefaults.h"
 #include "Utilities/Deployment.h"
 #include "Utilities/JSONReader.h"
+#include "Utilities/Text.h"
 
 #include <QFile>
 #include <QPointer>
@@ -131,7 +132,7 @@ void AuthService::publish(bool isLoggedIn, const QString &userId, const QString 
 {
     m_isLoggedIn = isLoggedIn;
     m_userId = userId;
-    m_displayName = displayName;
+    m_displayName = displayText(displayName);
     Q_EMIT changed();
 }
 

@@ -1,5 +1,7 @@
 #include "SoftwareDetectionService.h"
 
+#include <QSet>
+
 SoftwareDetectionService &SoftwareDetectionService::shared()
 {
     static SoftwareDetectionService service(ShellService::shared());
@@ -22,7 +24,11 @@ QCoro::Task<DetectionAnswer> SoftwareDetectionService::isInstalled(QString detec
 QCoro::Task<DetectionAnswers> SoftwareDetectionService::detectAll(SoftwareCatalog::Entries catalog)
 {
     DetectionAnswers answers;
+    QSet<QString> asked;
     for (const SoftwareCatalogEntry &entry : catalog) {
+        if (asked.contains(entry.id))
+            continue;
+        asked.insert(entry.id);
         const auto answer = co_await isInstalled(entry.detectCommand);
         if (!answers.take(entry.id, answer))
             break;

@@ -17,7 +17,7 @@ public:
     /// that cannot be started finds nothing. An error when there was no answer.
     QCoro::Task<DetectionAnswer> isInstalled(QString detectCommand);
 
-    /// Asks entry after entry, in order.
+    /// Asks entry after entry, in order. Of entries with the same id the first counts.
     QCoro::Task<DetectionAnswers> detectAll(SoftwareCatalog::Entries catalog);
 
     ShellService &shell() const { return m_shell; }

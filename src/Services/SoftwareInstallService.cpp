@@ -1,6 +1,7 @@
 #include "SoftwareInstallService.h"
 
 #include "SoftwareDetectionService.h"
+#include "Utilities/Text.h"
 
 /// What tells installing, upgrading and uninstalling apart.
 struct SoftwareInstallService::Operation {
@@ -87,7 +88,7 @@ SoftwareInstallService::Outcome SoftwareInstallService::install(QString software
         if (!isInstalled)
             co_return std::unexpected(InstallError::shellFailed(isInstalled.error()));
         if (!*isInstalled)
-            co_return std::unexpected(InstallError::missingDependency(dependency->name));
+            co_return std::unexpected(InstallError::missingDependency(displayText(dependency->name)));
     }
     co_return co_await perform(&operation, softwareId, catalog, onOutput, onStatusChange);
 }
@@ -126,7 +127,7 @@ SoftwareInstallService::Outcome SoftwareInstallService::perform(const Operation 
         co_return std::unexpected(InstallError(operation->missing));
 
     onStatusChange(operation->whileRunning);
-    report(onOutput, QStringLiteral(">>> 正在%1 %2...\n").arg(operation->verb, entry->name));
+    report(onOutput, QStringLiteral(">>> 正在%1 %2...\n").arg(operation->verb, displayText(entry->name)));
     const auto exitCode = co_await m_shell.runWithStreaming(commandLine, onOutput);
     if (!exitCode) {
         // A shell that could not be started has reported no end.
@@ -154,7 +155,7 @@ std::expected<void, InstallError> SoftwareInstallService::start(const QString &s
     const QString commandLine = commandLineOf(entry, &SoftwareCatalogEntry::startCommand);
     if (commandLine.isEmpty())
         return std::unexpected(InstallError(InstallError::Kind::NoStartCommand));
-    report(onOutput, QStringLiteral(">>> 正在启动 %1...\n").arg(entry->name));
+    report(onOutput, QStringLiteral(">>> 正在启动 %1...\n").arg(displayText(entry->name)));
     launch(commandLine, onOutput, onFailure);
     return {};
 }
@@ -176,7 +177,7 @@ SoftwareInstallService::Outcome SoftwareInstallService::stop(QString softwareId,
     const QString commandLine = commandLineOf(entry, &SoftwareCatalogEntry::stopCommand);
     if (commandLine.isEmpty())
         co_return std::unexpected(InstallError(InstallError::Kind::NoStopCommand));
-    report(onOutput, QStringLiteral(">>> 正在停止 %1...\n").arg(entry->name));
+    report(onOutput, QStringLiteral(">>> 正在停止 %1...\n").arg(displayText(entry->name)));
     const auto result = co_await m_shell.run(commandLine);
     if (!result)
         co_return std::unexpected(InstallError::shellFailed(result.error()));

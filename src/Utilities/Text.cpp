@@ -3,6 +3,7 @@
 #include <QLocale>
 #include <QRegularExpression>
 #include <QTextBoundaryFinder>
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -16,6 +17,14 @@ bool standsAlone(char16_t unit)
         || (unit >= 0x3041 && unit <= 0x3096) || (unit >= 0x30A1 && unit <= 0x30FA)
         || (unit >= 0x3400 && unit <= 0x9FFF) || (unit >= 0xFF01 && unit <= 0xFF60)
         || (unit >= 0x2500 && unit <= 0x25FF);
+}
+
+/// Changes how the text around it is laid out, or how a terminal behaves.
+bool isControl(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return character.category() == QChar::Other_Control || unit == 0x061C || unit == 0x200E || unit == 0x200F
+        || (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
 }
 
 } // namespace
@@ -47,6 +56,15 @@ qsizetype lastCharactersStart(QStringView text, qsizetype count)
         if (finder.position() > 0 || from == 0)
             return from + std::max<qsizetype>(0, finder.position());
     }
+}
+
+QString displayText(const QString &text)
+{
+    if (std::ranges::none_of(text, isControl))
+        return text;
+    QString shown = text;
+    std::ranges::replace_if(shown, isControl, QChar(u' '));
+    return shown;
 }
 
 QString byteCountText(qint64 bytes)

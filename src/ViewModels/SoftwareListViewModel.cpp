@@ -14,6 +14,8 @@
 
 #include <QFileInfo>
 #include <QLocale>
+#include <QRegularExpression>
+#include <algorithm>
 
 namespace {
 
@@ -44,6 +46,15 @@ SoftwareStatus::Value detectedStatus(const AISoftware &software, std::optional<b
     if (!isRunning)
         return software.isUsable() ? software.status() : SoftwareStatus::Installed;
     return *isRunning ? SoftwareStatus::Running : SoftwareStatus::Installed;
+}
+
+/// The line of a program's answer that holds a version number; the whole answer when none does.
+QString versionIn(const QString &answer)
+{
+    static const QRegularExpression number(QStringLiteral("\\d\\.\\d"));
+    const QStringList lines = answer.split(u'\n');
+    const auto line = std::ranges::find_if(lines, [](const QString &text) { return text.contains(number); });
+    return line == lines.end() ? answer : line->trimmed();
 }
 
 bool matches(const AISoftware &software, const QString &searchText)
@@ -150,7 +161,7 @@ QCoro::Task<> SoftwareListViewModel::detectLocalVersions()
             co_return;
         if (!software || !result || result->exitCode != 0 || result->output.isEmpty())
             continue;
-        software->setVersion(result->output.toString());
+        software->setVersion(versionIn(result->output.toString()));
         m_services.store.save(*software);
     }
 }

@@ -1,5 +1,6 @@
 #include "Models/SoftwareCatalog.h"
 #include "Support/Table.h"
+#include "Utilities/Deployment.h"
 
 using namespace Qt::StringLiterals;
 
@@ -117,13 +118,32 @@ void tst_SoftwareCatalog::encodingWritesAllKeysInOrderAndComesBackEqual()
 void tst_SoftwareCatalog::builtInEntries()
 {
     const auto &entries = SoftwareCatalog::defaultCatalog();
-    QCOMPARE(entries.size(), 2);
-    for (const SoftwareCatalogEntry &entry : entries) {
-        QCOMPARE(entry.category, SoftwareCategory::Framework);
-        QVERIFY(entry.installCommand.isEmpty());
-    }
-    QCOMPARE(SoftwareCatalog::find(entries, u"openclaw"_s)->startCommand, u"openclaw serve"_s);
-    QCOMPARE(SoftwareCatalog::find(entries, u"hermes"_s)->upgradeCommand, u"hermes update"_s);
+    SoftwareCatalogEntry claw;
+    claw.id = u"openclaw"_s;
+    claw.name = u"OpenClaw"_s;
+    claw.description = u"Vaelix 开源 AI 对话框架，支持本地模型与网页端交互"_s;
+    claw.category = SoftwareCategory::Framework;
+    claw.iconName = u"hammer.circle.fill"_s;
+    claw.uninstallCommand = u"pip3 uninstall openclaw -y && rm -rf ~/.openclaw"_s;
+    claw.startCommand = u"openclaw serve"_s;
+    claw.stopCommand = u"pkill -f 'openclaw serve'"_s;
+    claw.detectCommand = u"which openclaw"_s;
+    claw.homepageURL = Deployment::webOrigin() + u"/openclaw"_s;
+    SoftwareCatalogEntry hermes;
+    hermes.id = u"hermes"_s;
+    hermes.name = u"Hermes Agent"_s;
+    hermes.description = u"Nous Research 出品的自进化 AI Agent，支持多平台网关"_s;
+    hermes.category = SoftwareCategory::Framework;
+    hermes.iconName = u"brain.head.profile"_s;
+    hermes.uninstallCommand = u"rm -rf ~/.hermes ~/.local/bin/hermes"_s;
+    hermes.startCommand = u"hermes gateway"_s;
+    hermes.stopCommand = u"pkill -f 'hermes gateway'"_s;
+    hermes.detectCommand = u"which hermes"_s;
+    hermes.configCommand = u"bash ~/.hermes/hermes-setup.sh"_s;
+    hermes.upgradeCommand = u"hermes update"_s;
+    hermes.homepageURL = u"https://github.com/NousResearch/hermes-agent"_s;
+    // As text, so that a failure names the field.
+    QCOMPARE(SoftwareCatalog::encode(entries), SoftwareCatalog::encode({claw, hermes}));
     QCOMPARE(SoftwareCatalog::find(entries, u"Hermes"_s), nullptr);
 }
 

@@ -50,6 +50,8 @@ private Q_SLOTS:
     void operation();
     void dependency_data();
     void dependency();
+    void dependenciesAreAskedInTheirOrder();
+    void namesAreOneLine();
     void shellThatCannotBeStartedLeavesTheStatusReported();
     void startReturnsWhileTheProgramRuns();
     void stop_data();
@@ -149,6 +151,46 @@ void tst_SoftwareInstallService::dependency()
     QCOMPARE(recording.statuses.isEmpty() && recording.output.isEmpty(), !goesOn);
 }
 
+void tst_SoftwareInstallService::dependenciesAreAskedInTheirOrder()
+{
+    Scratch scratch;
+    SoftwareCatalog::Entries catalog{testEntry(u"a"_s)};
+    catalog[0].installCommand = u"echo installing"_s;
+    catalog[0].dependencies = {u"d"_s, u"b"_s, u"unlisted"_s, u"c"_s};
+    for (const QString &id : {u"b"_s, u"c"_s, u"d"_s}) {
+        catalog.append(testEntry(id));
+        catalog.last().detectCommand = u"echo %1 >> ~/asked; ls ~/%1"_s.arg(id);
+    }
+    const auto install = [&] {
+        QFile::remove(scratch.path(u"asked"_s));
+        Recording recording;
+        recording.end(QCoro::waitFor(
+            scratch.installer.install(u"a"_s, catalog, recording.onOutput(), recording.onStatusChange())));
+        return recording.error;
+    };
+    QCOMPARE(install(), u"缺少依赖: D，请先安装"_s);
+    QCOMPARE(scratch.read(u"asked"_s), "d\n");
+    scratch.write(u"d"_s, {});
+    QCOMPARE(install(), u"缺少依赖: B，请先安装"_s);
+    QCOMPARE(scratch.read(u"asked"_s), "d\nb\n");
+    scratch.write(u"b"_s, {});
+    scratch.write(u"c"_s, {});
+    QCOMPARE(install(), QString());
+    QCOMPARE(scratch.read(u"asked"_s), "d\nb\nc\n");
+}
+
+void tst_SoftwareInstallService::namesAreOneLine()
+{
+    Scratch scratch;
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.name = u"A\n\u001b[2J\u202Ex"_s;
+    entry.installCommand = u"true"_s;
+    Recording recording;
+    recording.end(
+        QCoro::waitFor(scratch.installer.install(u"a"_s, {entry}, recording.onOutput(), recording.onStatusChange())));
+    QVERIFY2(recording.output.startsWith(">>> 正在安装 A  [2J x...\n"), recording.output.constData());
+}
+
 void tst_SoftwareInstallService::shellThatCannotBeStartedLeavesTheStatusReported()
 {
     Scratch scratch;
@@ -218,7 +260,8 @@ void tst_SoftwareInstallService::detection()
     QCOMPARE(isInstalled.byId, (QHash<QString, bool>{{u"found"_s, true}, {u"silent"_s, false}, {u"failing"_s, false}}));
     QVERIFY(!isInstalled.failure);
     SoftwareCatalogEntry again = testEntry(u"found"_s);
-    QCOMPARE(QCoro::waitFor(scratch.detection.detectAll({found, again})).of(u"found"_s), false);
+    QCOMPARE(QCoro::waitFor(scratch.detection.detectAll({found, again})).of(u"found"_s), true);
+    QCOMPARE(QCoro::waitFor(scratch.detection.detectAll({again, found})).of(u"found"_s), false);
 }
 
 void tst_SoftwareInstallService::questionWithoutAnAnswer()

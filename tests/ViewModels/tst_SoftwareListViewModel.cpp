@@ -87,6 +87,9 @@ private Q_SLOTS:
     void catalogFallsBack();
     void installThenUninstall();
     void secondRunRemembers();
+    void versionIsWhatTheProgramSays_data();
+    void versionIsWhatTheProgramSays();
+    void firstOfTwoEntriesWithOneIdIsAskedAndRun();
     void failures_data();
     void failures();
     void upgradeTakesTheOfferedVersion();
@@ -181,6 +184,44 @@ void tst_SoftwareListViewModel::secondRunRemembers()
     QCOMPARE(remembered->status(), SoftwareStatus::Installed);
     QCOMPARE(remembered->version(), u"OpenClaw 2026.7.35 (aa94808)"_s);
     QCOMPARE(remembered->installedAt(), fixture.software(openClaw)->installedAt());
+}
+
+void tst_SoftwareListViewModel::versionIsWhatTheProgramSays_data()
+{
+    const auto row = columns<QByteArray, QString>("program", "version");
+    row("one line", "echo ollama version is 0.5.7", u"ollama version is 0.5.7"_s);
+    row("the line with the number", "echo note: see the manual; echo ' Claw 1.2.3 '; echo node 24.1", u"Claw 1.2.3"_s);
+    row("no number", "echo GUI App", u"GUI App"_s);
+    row("colours", "printf '\\033[1mClaw 1.2\\033[0m\\n'", u" [1mClaw 1.2 [0m"_s);
+    row("fails", "echo Claw 9.9; return 3", u"stored"_s);
+    row("prints nothing", "true", u"stored"_s);
+    row("prints to the other stream", "echo Claw 9.9 >&2", u"stored"_s);
+}
+
+void tst_SoftwareListViewModel::versionIsWhatTheProgramSays()
+{
+    QFETCH(QByteArray, program);
+    Fixture fixture({installable(openClaw)});
+    fixture.scratch.write(u".zprofile"_s, "openclaw() { " + program + " }\n");
+    fixture.software(openClaw)->setStatus(SoftwareStatus::Installed);
+    fixture.software(openClaw)->setVersion(u"stored"_s);
+    QCoro::waitFor(fixture.viewModel.detectLocalVersions());
+    QTEST(fixture.software(openClaw)->version(), "version");
+}
+
+void tst_SoftwareListViewModel::firstOfTwoEntriesWithOneIdIsAskedAndRun()
+{
+    SoftwareCatalogEntry second = installable();
+    second.name = u"另一个"_s;
+    second.detectCommand = u"echo there"_s;
+    second.installCommand = u"touch ~/wrong"_s;
+    Fixture fixture({installable(), second});
+    QCOMPARE(fixture.viewModel.filteredModel()->rowCount(), 1);
+    QCOMPARE(fixture.software()->name, u"A"_s);
+    QCOMPARE(fixture.software()->status(), SoftwareStatus::NotInstalled);
+    QCoro::waitFor(fixture.viewModel.install(fixture.software()));
+    QVERIFY(QFile::exists(fixture.scratch.path(u"installed"_s)));
+    QVERIFY(!QFile::exists(fixture.scratch.path(u"wrong"_s)));
 }
 
 void tst_SoftwareListViewModel::failures_data()

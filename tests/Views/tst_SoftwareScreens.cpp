@@ -62,6 +62,9 @@ private Q_SLOTS:
     void aFailureIsShown();
     void aLoginProfileInTheWayIsNamed();
     void factsWithoutAValueAreLeftOut();
+    void onlyAWebPageIsALink();
+    void aProgramThatLeavesTheCatalogIsForgotten();
+    void settingsThatAreNotKeptAreToldOnce();
     void thePaneFollowsTheOutputAndCopiesAllOfIt();
     void iconsComeFromTheAccountServer();
 
@@ -341,6 +344,54 @@ void tst_SoftwareScreens::factsWithoutAValueAreLeftOut()
     tool->setInstalledAt(QDateTime(QDate(2026, 11, 20), QTime(9, 5)));
     for (const QString &text : {u"本地版本"_s, u"0.5.7"_s, u"安装时间"_s, u"2026-11-20 09:05"_s, u"主页"_s, u"工具"_s})
         QVERIFY2(m_screens->shows(text), qUtf8Printable(text));
+}
+
+void tst_SoftwareScreens::onlyAWebPageIsALink()
+{
+    SoftwareCatalog::Entries catalog = entries();
+    catalog[0].homepageURL = u"file:///etc/passwd"_s;
+    m_screens->openSoftware(catalog);
+    m_screens->select(u"OpenClaw"_s);
+    QVERIFY(m_screens->element(QAccessible::Link, u"https://openclaw.example"_s));
+    m_screens->select(u"TOOL"_s);
+    QVERIFY(m_screens->shows(u"file:///etc/passwd"_s));
+    QVERIFY(m_screens->elements(QAccessible::Link).isEmpty());
+}
+
+void tst_SoftwareScreens::aProgramThatLeavesTheCatalogIsForgotten()
+{
+    m_screens->openSoftware(entries());
+    m_screens->select(u"TOOL"_s);
+    m_screens->scratch.setCatalog({entries()[1]});
+    for (int time = 0; time < 2; ++time) {
+        m_screens->press(Qt::Key_F5);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_screens->viewModel.isLoading(), 60'000);
+        m_screens->settle();
+        QCOMPARE(rowNames(*m_screens), QStringList{u"OpenClaw"_s});
+        QVERIFY(m_screens->shows(u"选择一个软件"_s));
+    }
+    // Nor does the dashboard, which was hidden meanwhile, still show it.
+    m_screens->click(m_screens->button(u"仪表盘"_s));
+    m_screens->settle();
+    QCOMPARE(rowNames(*m_screens), QStringList{u"OpenClaw"_s});
+}
+
+void tst_SoftwareScreens::settingsThatAreNotKeptAreToldOnce()
+{
+    UserDefaults &defaults = m_screens->scratch.defaults;
+    defaults.flush();
+    const QString file = m_screens->scratch.path(u".config/com.vaelix.app.json"_s);
+    QVERIFY(QFile::remove(file) && QDir().mkpath(file));
+    defaults.setText(u"key"_s, u"x"_s);
+    QTRY_VERIFY(m_screens->alert(u"无法保存到磁盘"_s));
+    QVERIFY(m_screens->shows(u"设置没有保存：无法读取 %1：该位置是一个文件夹"_s.arg(file)));
+    QTRY_VERIFY(m_screens->button(u"好"_s)->hasActiveFocus());
+    m_screens->press(Qt::Key_Return);
+    QTRY_VERIFY(!m_screens->button(u"好"_s));
+    defaults.setText(u"key"_s, u"y"_s);
+    defaults.flush();
+    m_screens->settle();
+    QVERIFY(!m_screens->button(u"好"_s));
 }
 
 void tst_SoftwareScreens::thePaneFollowsTheOutputAndCopiesAllOfIt()

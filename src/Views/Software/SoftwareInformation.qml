@@ -59,7 +59,7 @@ Column {
             }
             InfoRow {
                 width: parent.width
-                isLink: true
+                isLink: information.software.hasWebPage
                 label: "主页"
                 value: information.software.homepageURL
             }
