@@ -1,13 +1,17 @@
 #include "CommandLine.h"
 
 #include "Platform/Bundle.h"
+#include "Platform/FileError.h"
 #include "Platform/TerminationSignals.h"
+#include "Platform/UserDefaults.h"
 #include "Services/ShellService.h"
 #include "Utilities/Log.h"
+#include "Utilities/Text.h"
 #include "ViewModels/SoftwareListViewModel.h"
 
 #include <QEventLoop>
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -45,30 +49,16 @@ const char usage[] = "用法：\n"
                      "\n"
                      "退出码：0 成功，1 失败，2 用法错误。\n";
 
-void print(std::FILE *stream, QByteArrayView utf8)
-{
-    std::fwrite(utf8.data(), 1, std::size_t(utf8.size()), stream);
-    std::fflush(stream);
-}
-
 void printError(const QString &message)
 {
-    print(stderr, (message + u'\n').toUtf8());
+    std::fputs((message + u'\n').toUtf8().constData(), stderr);
 }
 
 int wrongUse(const QString &message)
 {
     printError(message);
-    print(stderr, usage);
+    std::fputs(usage, stderr);
     return CommandLine::WrongUse;
-}
-
-int printVersion()
-{
-    const QString version = Bundle::main().shortVersion().value_or(QStringLiteral("1.0"));
-    const QString build = Bundle::main().buildNumber().value_or(QStringLiteral("?"));
-    print(stdout, QStringLiteral("Vaelix %1 (%2)\n").arg(version, build).toUtf8());
-    return CommandLine::Success;
 }
 
 /// Columns a terminal gives the text: two for each Chinese character.
@@ -87,7 +77,7 @@ QByteArray asTable(const QList<AISoftware *> &list)
     QList<QStringList> rows{
         {QStringLiteral("ID"), QStringLiteral("名称"), QStringLiteral("状态"), QStringLiteral("本地版本")}};
     for (const AISoftware *software : list)
-        rows.append({software->id(), software->name, software->statusName(), software->version()});
+        rows.append({displayText(software->id()), software->name, software->statusName(), software->version()});
     QList<qsizetype> widths(rows.first().size(), 0);
     for (const QStringList &row : rows)
         for (qsizetype column = 0; column < row.size(); ++column)
@@ -122,19 +112,57 @@ QByteArray asJSONText(const QList<AISoftware *> &list)
 
 } // namespace
 
-CommandLine::CommandLine(SoftwareListViewModel &viewModel, ShellService &shell)
+CommandLine::CommandLine(SoftwareListViewModel &viewModel, ShellService &shell, UserDefaults &defaults)
     : m_viewModel(viewModel)
     , m_shell(shell)
+    , m_defaults(defaults)
 {
     Log::setStream(stderr);
+    // A reader that has gone is an error of the next write, and not the end of an operation.
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
-    if (arguments == QStringList{QStringLiteral("--help")} || arguments == QStringList{QStringLiteral("-h")}) {
-        print(stdout, usage);
-        co_return Success;
-    }
+    const int status = co_await execute(arguments);
+    co_return !isAllWritten() && status == Success ? Failure : status;
+}
+
+bool CommandLine::isAllWritten()
+{
+    m_defaults.flush();
+    if (!m_defaults.problem().isEmpty())
+        printError(m_defaults.problem());
+    if (m_outputError != 0 && m_outputError != EPIPE)
+        printError(FileError::notWritten(QStringLiteral("标准输出"), m_outputError).description);
+    return m_outputError == 0 && m_defaults.problem().isEmpty();
+}
+
+void CommandLine::print(QByteArrayView utf8)
+{
+    const auto size = std::size_t(utf8.size());
+    if ((std::fwrite(utf8.data(), 1, size, stdout) != size || std::fflush(stdout) != 0) && m_outputError == 0)
+        m_outputError = errno;
+}
+
+int CommandLine::printHelp()
+{
+    print(usage);
+    return Success;
+}
+
+int CommandLine::printVersion()
+{
+    const QString version = Bundle::main().shortVersion().value_or(QStringLiteral("1.0"));
+    const QString build = Bundle::main().buildNumber().value_or(QStringLiteral("?"));
+    print(QStringLiteral("Vaelix %1 (%2)\n").arg(version, build).toUtf8());
+    return Success;
+}
+
+QCoro::Task<int> CommandLine::execute(QStringList arguments)
+{
+    if (arguments == QStringList{QStringLiteral("--help")} || arguments == QStringList{QStringLiteral("-h")})
+        co_return printHelp();
     if (arguments == QStringList{QStringLiteral("--version")})
         co_return printVersion();
     if (arguments.takeFirst() != QLatin1String("software") || arguments.isEmpty())
@@ -166,7 +194,7 @@ QCoro::Task<> CommandLine::load()
 QCoro::Task<int> CommandLine::list(bool asJSON)
 {
     co_await load();
-    print(stdout, asJSON ? asJSONText(m_viewModel.softwareList()) : asTable(m_viewModel.softwareList()));
+    print(asJSON ? asJSONText(m_viewModel.softwareList()) : asTable(m_viewModel.softwareList()));
     co_return m_viewModel.detectionFailure().isEmpty() ? Success : Failure;
 }
 
@@ -179,7 +207,7 @@ QCoro::Task<int> CommandLine::operate(QString command, QString softwareId)
         co_return Failure;
     }
     QObject::connect(m_viewModel.terminalOutput(), &TerminalOutput::appended, &m_viewModel,
-                     [](QUtf8StringView text) { print(stdout, QByteArrayView(text.data(), text.size())); });
+                     [this](QUtf8StringView text) { print(QByteArrayView(text.data(), text.size())); });
     if (command == QLatin1String("start"))
         co_return co_await startAndStay(software);
 

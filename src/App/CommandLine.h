@@ -4,6 +4,7 @@
 #include <QStringList>
 
 class AISoftware;
+class UserDefaults;
 class ShellService;
 class SoftwareListViewModel;
 class TerminationSignals;
@@ -16,12 +17,19 @@ class CommandLine
 public:
     enum ExitCode { Success = 0, Failure = 1, WrongUse = 2 };
 
-    CommandLine(SoftwareListViewModel &viewModel, ShellService &shell);
+    CommandLine(SoftwareListViewModel &viewModel, ShellService &shell, UserDefaults &defaults);
 
-    /// Runs the command to its end; the result is an ExitCode.
+    /// Runs the command to its end; the result is an ExitCode. What could not be printed, or kept in the settings,
+    /// makes it a failure and is told on standard error; of a reader that has closed the output nothing is told.
     QCoro::Task<int> run(QStringList arguments);
 
 private:
+    QCoro::Task<int> execute(QStringList arguments);
+    /// Flushes what is still to be written; false when something was not.
+    bool isAllWritten();
+    void print(QByteArrayView utf8);
+    int printHelp();
+    int printVersion();
     /// Loads the list; an interrupt meanwhile ends the program.
     QCoro::Task<> load();
     QCoro::Task<int> list(bool asJSON);
@@ -37,4 +45,6 @@ private:
 
     SoftwareListViewModel &m_viewModel;
     ShellService &m_shell;
+    UserDefaults &m_defaults;
+    int m_outputError = 0; ///< the system's number of the first one
 };

@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 #include "VaelixApp.h"
 
+#include "Platform/UserDefaults.h"
 #include "Services/ShellService.h"
 #include "ViewModels/SoftwareListViewModel.h"
 
@@ -14,7 +15,7 @@ static int runCommandLine(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     SoftwareListViewModel viewModel;
-    CommandLine commandLine(viewModel, ShellService::shared());
+    CommandLine commandLine(viewModel, ShellService::shared(), UserDefaults::shared());
     return QCoro::waitFor(commandLine.run(QCoreApplication::arguments().sliced(1)));
 }
 

@@ -1,9 +1,12 @@
 #include "DevServer.h"
 #include "Support/Scratch.h"
+#include "Support/SmallDisk.h"
 #include "Support/Table.h"
 
 #include <QProcess>
 #include <csignal>
+#include <memory>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -99,6 +102,11 @@ private Q_SLOTS:
     void profileThatLeavesAProgramBehind();
     void twoInstallsAtOnce();
     void parentThatIgnoresTheEndOfChildren();
+    void namesReachTheTerminalAsOneLine();
+    void outputThatCannotBeWrittenIsAFailure();
+    void closedOutputIsAFailureAndNoEnd();
+    void settingsThatCannotBeKeptAreToldOnce();
+    void manyAtOnceLoseNoRecord();
 };
 
 void tst_CommandLine::invocation_data()
@@ -290,5 +298,118 @@ void tst_CommandLine::parentThatIgnoresTheEndOfChildren()
     QVERIFY2(program.output.contains("❌ 卸载失败 (exit code: 2)"), program.output.constData());
 }
 
-QTEST_GUILESS_MAIN(tst_CommandLine)
+void tst_CommandLine::namesReachTheTerminalAsOneLine()
+{
+    SoftwareCatalogEntry entry = testEntry(u"a"_s);
+    entry.id = u"a\u001b]0;x\u0007"_s;
+    entry.name = u"N\n\u001b[31m\u202Ex"_s;
+    Program program({entry});
+    program.start({u"software"_s, u"list"_s});
+    program.finish();
+    QVERIFY2(program.output.contains("a ]0;x   N  [31m x  未安装\n"), program.output.toPercentEncoding());
+    QCOMPARE(program.output.count('\n'), 2);
+}
+
+void tst_CommandLine::outputThatCannotBeWrittenIsAFailure()
+{
+    for (const QStringList &arguments : {QStringList{u"software"_s, u"list"_s}, QStringList{u"--version"_s}}) {
+        Program program({testEntry(u"a"_s)});
+        program.process.setStandardOutputFile(u"/dev/full"_s);
+        program.start(arguments);
+        program.finish();
+        QCOMPARE(program.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.process.exitCode(), 1);
+        QCOMPARE(program.errorOutput, "无法写入 标准输出：磁盘空间不足\n");
+    }
+}
+
+void tst_CommandLine::closedOutputIsAFailureAndNoEnd()
+{
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    program.process.setChildProcessModifier([] {
+        int ends[2];
+        if (::pipe(ends) == 0) {
+            ::dup2(ends[1], STDOUT_FILENO);
+            ::close(ends[0]);
+            ::close(ends[1]);
+        }
+    });
+    program.start({u"software"_s, u"install"_s, u"a"_s});
+    program.finish();
+    QCOMPARE(program.process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.process.exitCode(), 1);
+    QCOMPARE(program.errorOutput, QByteArray());
+    QVERIFY(QFile::exists(folder.filePath(u"installed"_s))); // the operation went on to its end
+}
+
+void tst_CommandLine::settingsThatCannotBeKeptAreToldOnce()
+{
+    const QTemporaryDir mountPoint;
+    const SmallDisk disk(mountPoint.path(), 64 * 1024);
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    QProcessEnvironment environment = program.process.processEnvironment();
+    environment.insert(u"XDG_CONFIG_HOME"_s, mountPoint.path());
+    program.process.setProcessEnvironment(environment);
+    const auto settings = [&mountPoint] {
+        QFile file(mountPoint.filePath(u"com.vaelix.app.json"_s));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    program.start({u"software"_s, u"list"_s});
+    program.finish();
+    QCOMPARE(program.process.exitCode(), 0);
+    const QByteArray before = settings();
+    QVERIFY(before.contains("ai_software_status_v1"));
+
+    disk.fill();
+    program.output.clear();
+    program.errorOutput.clear();
+    program.start({u"software"_s, u"install"_s, u"a"_s});
+    program.finish();
+    QCOMPARE(program.process.exitCode(), 1);
+    QVERIFY(program.output.contains("✅ 安装完成"));
+    QVERIFY2(program.errorOutput.endsWith("磁盘空间不足\n"), program.errorOutput.constData());
+    QCOMPARE(program.errorOutput.count("设置没有保存："), 1);
+    QCOMPARE(settings(), before);
+}
+
+void tst_CommandLine::manyAtOnceLoseNoRecord()
+{
+    constexpr int count = 12;
+    QTemporaryDir folder;
+    SoftwareCatalog::Entries catalog;
+    for (int number = 0; number < count; ++number) {
+        SoftwareCatalogEntry entry = testEntry(QString::number(number));
+        entry.detectCommand = u"ls %1/%2"_s.arg(folder.path()).arg(number);
+        entry.installCommand = u"touch %1/%2"_s.arg(folder.path()).arg(number);
+        catalog.append(entry);
+    }
+    Program first(catalog);
+    std::vector<std::unique_ptr<QProcess>> processes;
+    for (int number = 0; number < count; ++number) {
+        auto &process = processes.emplace_back(std::make_unique<QProcess>());
+        process->setProcessEnvironment(first.process.processEnvironment());
+        process->start(QStringLiteral(VAELIX_EXECUTABLE), {u"software"_s, u"install"_s, QString::number(number)});
+    }
+    for (const auto &process : processes) {
+        QTRY_COMPARE_WITH_TIMEOUT(process->state(), QProcess::NotRunning, 120'000);
+        QCOMPARE(process->exitCode(), 0);
+    }
+    UserDefaults defaults(first.scratch.filePath(u"com.vaelix.app.json"_s));
+    const auto records = SoftwareStore(defaults).loadAll();
+    QCOMPARE(records.size(), count);
+    for (const StatusRecord &record : records) {
+        QCOMPARE(record.status, SoftwareStatus::Installed);
+        QVERIFY(record.installedAt);
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    SmallDisk::keepMountsPrivate();
+    const QCoreApplication application(argc, argv);
+    tst_CommandLine test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_CommandLine.moc"
