@@ -5,10 +5,12 @@
 
 #include <QCoroTimer>
 #include <QDeadlineTimer>
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <poll.h>
 #include <string>
 
 using namespace std::chrono_literals;
@@ -66,10 +68,11 @@ Members signalSession(pid_t session, int signal)
 
 bool anyAlive(const Members &members)
 {
-    for (const auto &[pid, handle] : members)
-        if (pidfd_send_signal(handle.get(), 0, nullptr, 0) == 0)
-            return true;
-    return false;
+    // Signals still reach a process that has ended and waits for its parent to notice; the handle knows better.
+    return std::ranges::any_of(members, [](const auto &member) {
+        pollfd end{member.second.get(), POLLIN, 0};
+        return ::poll(&end, 1, 0) < 1;
+    });
 }
 
 } // namespace
