@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <optional>
 #include <spawn.h>
-#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -107,29 +106,6 @@ void readField(std::string_view name, std::string_view value, Archive::Listing &
         entry.linkTarget = value;
 }
 
-Archive::Listing readListing(std::string_view text)
-{
-    constexpr std::string_view separator = " = ";
-    Archive::Listing listing;
-    bool isInEntries = false;
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        const auto place = line.find(separator);
-        if (line == "----------")
-            isInEntries = true;
-        if (place == std::string_view::npos)
-            continue;
-        const std::string_view name = line.substr(0, place);
-        const std::string_view value = line.substr(place + separator.size());
-        if (isInEntries)
-            readField(name, value, listing);
-        else if (name == "Type")
-            listing.formats.emplace_back(value);
-    }
-    return listing;
-}
-
 } // namespace
 
 Result<Archive> Archive::open(const std::filesystem::path &file)
@@ -160,6 +136,29 @@ Archive::~Archive()
 std::string Archive::address() const
 {
     return "/proc/self/fd/" + std::to_string(m_file);
+}
+
+Archive::Listing Archive::readListing(std::string_view text)
+{
+    constexpr std::string_view separator = " = ";
+    Archive::Listing listing;
+    bool isInEntries = false;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const auto place = line.find(separator);
+        if (line == "----------")
+            isInEntries = true;
+        if (place == std::string_view::npos)
+            continue;
+        const std::string_view name = line.substr(0, place);
+        const std::string_view value = line.substr(place + separator.size());
+        if (isInEntries)
+            readField(name, value, listing);
+        else if (name == "Type")
+            listing.formats.emplace_back(value);
+    }
+    return listing;
 }
 
 Result<Archive::Listing> Archive::list(const Caller &caller) const

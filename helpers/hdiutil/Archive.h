@@ -6,6 +6,7 @@
 #include <expected>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What an operation failed of: a Chinese sentence.
@@ -26,6 +27,9 @@ public:
         std::vector<std::string> formats; ///< 7z's names, the outermost first
         std::vector<Entry> entries;
     };
+
+    /// Reads what `7z l -slt` prints. Lines that say nothing of the above are passed over.
+    static Listing readListing(std::string_view text);
 
     /// Opens the file once, so that what is listed is what is unpacked.
     static Result<Archive> open(const std::filesystem::path &file);

@@ -60,21 +60,6 @@ Result<void> checkEntry(const Archive::Entry &entry)
     return {};
 }
 
-Result<void> checkListing(const Archive::Listing &listing)
-{
-    if (listing.formats.empty() || !std::ranges::all_of(listing.formats, isImageFormat))
-        return Failure("不是磁盘映像");
-    std::uint64_t room = DiskImage::mostBytes;
-    for (const Archive::Entry &entry : listing.entries) {
-        if (const auto checked = checkEntry(entry); !checked)
-            return checked;
-        if (entry.size > room)
-            return Failure("磁盘映像的内容太大");
-        room -= entry.size;
-    }
-    return {};
-}
-
 /// `volume` is canonical. The listing does not tell every link's target, and 7z changes some.
 Result<void> checkUnpacked(const fs::directory_entry &entry, const fs::path &volume)
 {
@@ -182,6 +167,21 @@ bool isAttached(const fs::path &mountPoint)
 }
 
 } // namespace
+
+Result<void> DiskImage::checkListing(const Archive::Listing &listing)
+{
+    if (listing.formats.empty() || !std::ranges::all_of(listing.formats, isImageFormat))
+        return Failure("不是磁盘映像");
+    std::uint64_t room = mostBytes;
+    for (const Archive::Entry &entry : listing.entries) {
+        if (const auto checked = checkEntry(entry); !checked)
+            return checked;
+        if (entry.size > room)
+            return Failure("磁盘映像的内容太大");
+        room -= entry.size;
+    }
+    return {};
+}
 
 Result<fs::path> DiskImage::attach(const fs::path &image, const Caller &caller)
 {

@@ -8,6 +8,9 @@ namespace DiskImage {
 /// What an image may come to, all its files together.
 constexpr std::uint64_t mostBytes = std::uint64_t(2) << 30;
 
+/// Whether it lists a disk image that may be unpacked: not too large, no name and no link that leads out of it.
+Result<void> checkListing(const Archive::Listing &listing);
+
 /// Gives the folder with the volume's content. Nothing is left behind by a failure: an image that is damaged, too
 /// large, or that has a name or a link leading out of the volume; or a caller that goes meanwhile.
 Result<std::filesystem::path> attach(const std::filesystem::path &image, const Caller &caller);

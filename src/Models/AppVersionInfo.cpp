@@ -30,3 +30,13 @@ Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value)
         .isMandatory = json.optionalValue("is_mandatory", decodeBoolean),
     });
 }
+
+Decoded<FeeResponse> decodeFeeResponse(JSONValue value)
+{
+    JSONReader json(value);
+    return json.result(FeeResponse{
+        .code = json.integer("code"),
+        .message = json.optionalText("message"),
+        .data = json.optionalValue("data", decodeVersionCheck),
+    });
+}

@@ -49,3 +49,12 @@ struct VersionCheckResponse {
 };
 
 Decoded<VersionCheckResponse> decodeVersionCheck(JSONValue value);
+
+/// The envelope of the update server's answers; unlike the account server's it need not say more than its code.
+struct FeeResponse {
+    qint64 code = 0; ///< 0 means success
+    std::optional<QString> message;
+    std::optional<VersionCheckResponse> data;
+};
+
+Decoded<FeeResponse> decodeFeeResponse(JSONValue value);

@@ -1,11 +1,11 @@
 #include "Bundle.h"
 
+#include "PropertyList.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <memory>
-#include <plist/plist.h>
 
 const Bundle &Bundle::main()
 {
@@ -53,12 +53,5 @@ std::optional<QString> Bundle::property(const char *key) const
     QFile file(m_contentsFolder + QStringLiteral("/Info.plist"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    const QByteArray bytes = file.readAll();
-    plist_t root = nullptr;
-    plist_from_memory(bytes.constData(), uint32_t(bytes.size()), &root);
-    const std::unique_ptr<void, void (*)(plist_t)> owner(root, plist_free);
-    const plist_t node = plist_access_path(root, 1, key);
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
-    return QString::fromUtf8(plist_get_string_ptr(node, nullptr));
+    return PropertyList::text(PropertyList::parse(file.readAll()).get(), key);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Models/APIResponse.h"
 #include "Platform/HTTPSession.h"
-#include "Utilities/JSONReader.h"
 
 #include <QCoroTask>
 #include <expected>
@@ -33,14 +33,6 @@ private:
     Kind m_kind;
     QString m_text;
     qint64 m_code;
-};
-
-/// The envelope of every answer of the account server: JSON keys "code" (0 means success), "message"
-/// and "data", which may be absent or null.
-template<typename T> struct APIResponse {
-    qint64 code = 0;
-    QString message;
-    std::optional<T> data;
 };
 
 /// The JSON client of the account server. Adds the signed-in user's token to every request, retries
@@ -93,14 +85,7 @@ private:
     {
         if (!body.json)
             return std::unexpected(body.json.error());
-        auto envelope = decodeJSON(*body.json, [&decodeData](JSONValue value) {
-            JSONReader json(value);
-            return json.result(APIResponse<T>{
-                .code = json.integer("code"),
-                .message = json.text("message"),
-                .data = json.optionalValue("data", decodeData),
-            });
-        });
+        auto envelope = decodeAPIResponse(*body.json, decodeData);
         if (!envelope)
             return std::unexpected(APIError(APIError::Kind::DecodingError, envelope.error().description));
         return std::move(*envelope);

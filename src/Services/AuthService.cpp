@@ -1,10 +1,10 @@
 #include "AuthService.h"
 
 #include "KeychainService.h"
+#include "Models/VerifyResponse.h"
 #include "Platform/Folders.h"
 #include "Platform/UserDefaults.h"
 #include "Utilities/Deployment.h"
-#include "Utilities/JSONReader.h"
 #include "Utilities/Text.h"
 
 #include <QFile>
@@ -56,30 +56,6 @@ std::map<QString, QString> firstItems(const QUrl &url)
         if (value)
             present.emplace(name, *value);
     return present;
-}
-
-struct VerifyData {
-    QString userId;
-    QString role;
-};
-
-/// The answer of the verify endpoint.
-struct VerifyResponse {
-    qint64 code = 0; ///< 0 while the token is good
-    std::optional<VerifyData> data;
-};
-
-Decoded<VerifyData> decodeVerifyData(JSONValue value)
-{
-    JSONReader json(value);
-    return json.result(VerifyData{.userId = json.text("userId"), .role = json.text("role")});
-}
-
-Decoded<VerifyResponse> decodeVerifyResponse(JSONValue value)
-{
-    JSONReader json(value);
-    return json.result(
-        VerifyResponse{.code = json.integer("code"), .data = json.optionalValue("data", decodeVerifyData)});
 }
 
 QNetworkRequest authorizedRequest(const QString &address, const QString &token)

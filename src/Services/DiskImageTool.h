@@ -11,6 +11,10 @@ struct MountPoint {
     QString path;
 };
 
+/// Reads what hdiutil answers to `attach -plist`, {"system-entities": [{"mount-point": …}, …]}: the first mount point
+/// that there is. Fails with ExtractFailed when there is none, with a reason when the answer is no property list.
+std::expected<MountPoint, UpdateError> readMountPoint(QByteArrayView answer);
+
 /// Mounts disk images with hdiutil: the system's, or the bundle's own where the system has none.
 /// Interface thread only.
 class DiskImageTool

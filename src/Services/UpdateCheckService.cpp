@@ -24,23 +24,6 @@ const QByteArray productKey = QByteArrayLiteral("3de26c6ff0b451325df73a1545174b3
 // Its text is the key, not the bytes that it spells.
 const QByteArray signingSecret = QByteArrayLiteral("d9b65650b5912129c535d15fe11ce815931197bea0664a07359f82dbeb9cf63b");
 
-/// The envelope of the update server's answers; unlike the account server's it need not say more than its code.
-struct FeeResponse {
-    qint64 code = 0; ///< 0 means success
-    std::optional<QString> message;
-    std::optional<VersionCheckResponse> data;
-};
-
-Decoded<FeeResponse> decodeFeeResponse(JSONValue value)
-{
-    JSONReader json(value);
-    return json.result(FeeResponse{
-        .code = json.integer("code"),
-        .message = json.optionalText("message"),
-        .data = json.optionalValue("data", decodeVersionCheck),
-    });
-}
-
 /// In hexadecimal; empty when OpenSSL has no HMAC to offer, which the server takes for a wrong signature.
 QByteArray hmacSHA256(const QByteArray &key, const QByteArray &message)
 {
