@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <limits>
 #include <optional>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -91,6 +92,14 @@ Result<Run> run7z(std::vector<std::string> arguments, const Caller &caller)
     return Run{status, *output};
 }
 
+/// A number that is too large for its type is the largest one.
+std::uint64_t sizeOf(std::string_view digits)
+{
+    std::uint64_t size = 0;
+    const auto read = std::from_chars(digits.begin(), digits.end(), size);
+    return read.ec == std::errc::result_out_of_range ? std::numeric_limits<std::uint64_t>::max() : size;
+}
+
 void readField(std::string_view name, std::string_view value, Archive::Listing &listing)
 {
     if (name == "Path") {
@@ -100,8 +109,8 @@ void readField(std::string_view name, std::string_view value, Archive::Listing &
     if (listing.entries.empty())
         return;
     Archive::Entry &entry = listing.entries.back();
-    if (name == "Size")
-        std::from_chars(value.begin(), value.end(), entry.size); // empty for a folder
+    if (name == "Size") // empty for a folder
+        entry.size = sizeOf(value);
     else if (name == "Symbolic Link")
         entry.linkTarget = value;
 }

@@ -29,25 +29,16 @@ bool isImageFormat(const std::string &format)
     return std::ranges::find(formats, format) != formats.end();
 }
 
-/// Whether a path of names, begun `depth` folders below the volume's, stays in it.
-bool staysInside(const fs::path &path, std::ptrdiff_t depth)
+/// Whether a path that begins in the volume's folder ends outside, or passes through there.
+bool leadsOut(const fs::path &path)
 {
-    if (path.is_absolute())
-        return false;
-    for (const fs::path &name : path) {
-        if (name == "..")
-            --depth;
-        else if (!name.empty() && name != ".")
-            ++depth;
-        if (depth < 0)
-            return false;
-    }
-    return true;
+    const fs::path normal = path.lexically_normal();
+    return path.is_absolute() || (!normal.empty() && *normal.begin() == "..");
 }
 
 bool isSafeName(const fs::path &path)
 {
-    return !path.empty() && path.is_relative() && std::ranges::find(path, fs::path("..")) == path.end();
+    return path.has_filename() && path.is_relative() && std::ranges::find(path, fs::path("..")) == path.end();
 }
 
 Result<void> checkEntry(const Archive::Entry &entry)
@@ -55,7 +46,7 @@ Result<void> checkEntry(const Archive::Entry &entry)
     const fs::path path = entry.path;
     if (!isSafeName(path))
         return Failure("磁盘映像含有指向外部的名称：" + entry.path);
-    if (!staysInside(entry.linkTarget, std::distance(path.begin(), path.end()) - 1))
+    if (leadsOut(path.parent_path() / entry.linkTarget))
         return Failure("磁盘映像含有指向外部的链接：" + entry.path);
     return {};
 }
