@@ -3,12 +3,14 @@
 #include "Platform/UserDefaults.h"
 
 #include <QSet>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace {
 
 const QString defaultsKey = QStringLiteral("ai_software_status_v1");
 constexpr qint64 referenceDate = 978'307'200; // 1 January 2001 UTC, in seconds since 1970
+constexpr double mostSeconds = 250e9; // some 7900 years; far beyond, milliseconds overflow
 
 QDateTime toDate(double seconds)
 {
@@ -25,6 +27,8 @@ Decoded<QDateTime> decodeDate(JSONValue value)
     const auto seconds = decodeNumber(value);
     if (!seconds)
         return std::unexpected(seconds.error());
+    if (std::abs(*seconds) > mostSeconds)
+        return std::unexpected(DecodingError{QStringLiteral("不是可用的日期")});
     return toDate(*seconds);
 }
 

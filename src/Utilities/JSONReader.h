@@ -124,7 +124,8 @@ template<typename Decode> auto decodeJSON(QByteArrayView json, Decode decode) ->
 {
     simdjson::dom::parser parser;
     JSONValue value;
-    if (const auto error = parser.parse(json.data(), std::size_t(json.size())).get(value))
+    const char *const text = json.isEmpty() ? "" : json.data(); // never null, which the parser would copy from
+    if (const auto error = parser.parse(text, std::size_t(json.size())).get(value))
         return std::unexpected(DecodingError{
             QStringLiteral("不是有效的 JSON（%1）").arg(QString::fromUtf8(simdjson::error_message(error)))});
     return decode(value);

@@ -80,6 +80,7 @@ void tst_SoftwareStore::tableThatDoesNotDecodeIsEmpty_data()
     row("tokens are fractional", with(":0", ":1.5"));
     row("tokens are a boolean", with(":0", ":true"));
     row("date is text", with("{", R"({"installedAt":"2026-01-01",)"));
+    row("date is beyond reach", with("{", R"({"installedAt":1e300,)"));
 }
 
 void tst_SoftwareStore::tableThatDoesNotDecodeIsEmpty()
