@@ -9,7 +9,7 @@ package := build/package
 
 BUILD_NUMBER := 1
 
-.PHONY: help packages configure configure-tidy build run test prove package prove-package bench lint lint-format lint-includes lint-tidy lint-qml clean
+.PHONY: help packages configure configure-tidy build run test prove package prove-package bench fuzz sanitize lint lint-format lint-includes lint-tidy lint-qml clean
 
 help: ## 列出所有目标
 	@sed -nE 's/^([a-z-]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 20
@@ -54,6 +54,12 @@ prove-package: package ## 在最小的 Debian 12 中真实安装、运行并清�
 bench: configure ## 构建并运行性能对比
 	@cmake --build --preset release
 	@tools/bench
+
+fuzz: packages ## 构建模糊测试并各运行一分钟；FUZZ_SECONDS=N 指定秒数，FUZZ_RUNS=N 指定次数
+	@tools/fuzz
+
+sanitize: packages ## 以 ASan、UBSan 与 LSan 构建并运行全部测试，再以 TSan 运行有线程的
+	@tools/sanitize
 
 lint: lint-format lint-includes lint-qml lint-tidy ## 检查格式、包含方向、QML 与 C++
 
