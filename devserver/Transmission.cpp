@@ -45,7 +45,7 @@ QByteArray headOf(const Response &response, Drop drop)
     if (!response.delivery.announcesLength)
         return response.head({});
     if (response.delivery.length)
-        return response.head(*response.delivery.length);
+        return response.head(response.delivery.length);
     const qsizetype least = drop == Drop::MidBody ? 1 : 0; // else an empty body would be whole
     return response.head(std::max(response.body.size(), least));
 }
