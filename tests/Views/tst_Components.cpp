@@ -5,6 +5,7 @@
 
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QSignalSpy>
 #include <QTextBlock>
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void theDocumentHoldsTheLastText_data();
     void theDocumentHoldsTheLastText();
     void anUpdateLeavesTheKeptLinesAlone();
+    void aProgressBarFillsAResizedWindowAtOnce();
     void aButtonIsPressedOnceHoweverLongItIsHeld_data();
     void aButtonIsPressedOnceHoweverLongItIsHeld();
     void aDoubleClickIsOneClick_data();
@@ -105,6 +107,18 @@ void tst_Components::anUpdateLeavesTheKeptLinesAlone()
     QVERIFY2(touched < 100, qPrintable(QString::number(touched)));
     for (QTextBlock block = edited->begin(); block.isValid(); block = block.next())
         QCOMPARE(block.blockFormat().lineHeight(), 16.0);
+}
+
+void tst_Components::aProgressBarFillsAResizedWindowAtOnce()
+{
+    QQmlComponent component(&m_engine);
+    component.setData("import Vaelix\nLinearProgress { width: 700; value: 0.5 }", {});
+    const std::unique_ptr<QObject> object(component.create());
+    auto *const bar = qobject_cast<QQuickItem *>(object.get());
+    const QQuickItem *const filled = bar->childItems().constFirst();
+    QCOMPARE(filled->width(), 350.0);
+    bar->setWidth(400);
+    QCOMPARE(filled->width(), 200.0);
 }
 
 /// A window with the button, which has the focus; the window counts its presses.

@@ -188,6 +188,8 @@ void tst_TokenScreens::aCodeTooLongToDrawIsToldOf()
     buy(standard);
     QTRY_VERIFY(m_screens->shows(u"微信扫码支付"_s));
     QTRY_VERIFY(m_screens->shows(u"二维码内容过长，无法显示，请取消后重新下单"_s));
+    QCOMPARE(Screens::warnings.size(), 1);
+    QVERIFY(Screens::warnings.takeFirst().contains(u"Failed to get image from provider"_s));
 }
 
 void tst_TokenScreens::aPaymentSheetThatIsClosedStopsAsking_data()
