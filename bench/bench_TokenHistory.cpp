@@ -104,7 +104,7 @@ int main(int argc, char *argv[])
     const QGuiApplication application(argc, argv);
     Scratch scratch;
     AuthService auth({scratch.api.baseURL(), scratch.api.baseURL()}, scratch.keychain, scratch.defaults,
-                     scratch.folders, [](const QString &) { });
+                     scratch.folders, [](const QStringList &) { });
     TokenAPIService api(scratch.api);
     ScreenTokenViewModel viewModel(TokenViewModel::Services{api, auth, Clock::shared()});
     viewModel.transactions()->setTransactions(transactions());

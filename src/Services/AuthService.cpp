@@ -3,13 +3,16 @@
 #include "KeychainService.h"
 #include "Models/VerifyResponse.h"
 #include "Platform/Folders.h"
+#include "Platform/ProcessNames.h"
 #include "Platform/UserDefaults.h"
 #include "Utilities/Deployment.h"
+#include "Utilities/Log.h"
 #include "Utilities/Text.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
-#include <QProcess>
 #include <QUuid>
 #include <map>
 
@@ -65,9 +68,20 @@ QNetworkRequest authorizedRequest(const QString &address, const QString &token)
     return request;
 }
 
-void endProcessesNamed(const QString &name)
+/// OpenClaw's and Ollama's programs. The gateway renames itself, and older versions of Ollama run each model in a
+/// program of its own; the newer ones' runner has Ollama's name.
+const QStringList agentProcesses{QStringLiteral("openclaw"), QStringLiteral("openclaw-gateway"),
+                                 QStringLiteral("ollama"), QStringLiteral("ollama_llama_server")};
+
+/// Moves the file out of the way, beside where it stood: "NAME.2026-11-23-160000".
+void setAside(const QString &path)
 {
-    QProcess::execute(QStringLiteral("/usr/bin/pkill"), {name});
+    const QString copy = path + QDateTime::currentDateTime().toString(u".yyyy-MM-dd-HHmmss");
+    QString free = copy;
+    for (int number = 2; QFileInfo::exists(free) || QFileInfo(free).isSymLink(); ++number)
+        free = copy + u'-' + QString::number(number);
+    if (QFileInfo::exists(path) && !QFile::rename(path, free))
+        Log::line(QStringLiteral("[Auth] 无法移走上一个账号的配置 ") + path);
 }
 
 } // namespace
@@ -75,7 +89,7 @@ void endProcessesNamed(const QString &name)
 AuthService &AuthService::shared()
 {
     static AuthService service({Deployment::loginOrigin(), Deployment::accountOrigin()}, KeychainService::shared(),
-                               UserDefaults::shared(), Folders::user(), endProcessesNamed);
+                               UserDefaults::shared(), Folders::user(), endProcesses);
     return service;
 }
 
@@ -151,9 +165,8 @@ void AuthService::handleCallback(const QUrl &url)
 
 void AuthService::stopAndClearSoftwareConfigs()
 {
-    for (const char *name : {"openclaw", "ollama"})
-        m_endProcesses(QString::fromLatin1(name));
-    QFile::remove(m_folders.home + QStringLiteral("/.openclaw/openclaw.json"));
+    m_endProcesses(agentProcesses);
+    setAside(m_folders.home + QStringLiteral("/.openclaw/openclaw.json"));
 }
 
 QCoro::Task<> AuthService::verifyToken(QString token)

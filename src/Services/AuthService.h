@@ -24,8 +24,8 @@ class AuthService : public QObject
     Q_PROPERTY(QString userId READ userId NOTIFY changed)
 
 public:
-    /// Ends every process whose name contains the text, and returns when they were told.
-    using ProcessEnder = std::function<void(const QString &name)>;
+    /// Asks this user's processes of exactly these names to end, without waiting for them.
+    using ProcessEnder = std::function<void(const QStringList &names)>;
 
     /// Origins without a trailing slash.
     struct Servers {
@@ -49,7 +49,7 @@ public:
 
     /// Signs in with what the query of a login's last address brings: "token", "user_id" and
     /// optionally "api_key" and "display_name". When another account was signed in here before, its
-    /// agents are stopped and have to be configured anew.
+    /// agents are stopped and have to be configured anew; their configuration is moved to a dated copy.
     Q_INVOKABLE void handleCallback(const QUrl &url);
 
     /// Signs out at once and tells the server in the background.

@@ -3,6 +3,8 @@
 #include "Support/Scratch.h"
 #include "Support/Table.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -24,7 +26,7 @@ public:
     std::unique_ptr<AuthService> service()
     {
         return std::make_unique<AuthService>(servers, scratch.keychain, scratch.defaults, scratch.folders,
-                                             [this](const QString &name) { endedProcesses.append(name); });
+                                             [this](const QStringList &names) { endedProcesses.append(names); });
     }
 
     void store(const QString &token, const QString &userId)
@@ -256,14 +258,33 @@ void tst_AuthService::anotherAccountSignsIn()
     QFETCH(QString, lastUserId);
     QFETCH(bool, isSwitch);
     Account account;
-    account.scratch.write(u".openclaw/openclaw.json"_s, "{}");
+    account.scratch.write(u".openclaw/openclaw.json"_s, "{\"key\":1}");
     account.scratch.write(u".openclaw/config.json"_s, "{}");
     if (!lastUserId.isNull())
         account.scratch.defaults.setText(u"lastUserId"_s, lastUserId);
 
     account.service()->handleCallback(callback(u"token=t&user_id=u2"_s));
-    QCOMPARE(account.endedProcesses, isSwitch ? QStringList({u"openclaw"_s, u"ollama"_s}) : QStringList());
+    QCOMPARE(account.endedProcesses,
+             isSwitch ? QStringList({u"openclaw"_s, u"openclaw-gateway"_s, u"ollama"_s, u"ollama_llama_server"_s})
+                      : QStringList());
     QCOMPARE(QFile::exists(account.scratch.path(u".openclaw/openclaw.json"_s)), !isSwitch);
+    const auto copies = [&] {
+        return QDir(account.scratch.path(u".openclaw"_s)).entryList({u"openclaw.json.*"_s}, QDir::Files);
+    };
+    QCOMPARE(copies().size(), isSwitch ? 1 : 0);
+    if (isSwitch) {
+        const QRegularExpression dated(u"^openclaw\\.json\\.\\d{4}-\\d\\d-\\d\\d-\\d{6}$"_s);
+        QVERIFY2(dated.match(copies().first()).hasMatch(), qPrintable(copies().first()));
+        QCOMPARE(account.scratch.read(u".openclaw/"_s + copies().first()), "{\"key\":1}");
+        // Twice within a second.
+        for (const char *user : {"u3", "u4"}) {
+            account.scratch.write(u".openclaw/openclaw.json"_s, user);
+            account.service()->handleCallback(callback(u"token=t&user_id="_s + QLatin1String(user)));
+        }
+        QCOMPARE(copies().size(), 3);
+        account.service()->handleCallback(callback(u"token=t&user_id=u2"_s));
+        QCOMPARE(copies().size(), 3);
+    }
     QVERIFY(QFile::exists(account.scratch.path(u".openclaw/config.json"_s)));
     QCOMPARE(account.scratch.defaults.isTrue(u"needsReconfigureSoftware"_s), isSwitch);
     QCOMPARE(account.scratch.defaults.text(u"lastUserId"_s), u"u2"_s);

@@ -139,7 +139,8 @@ struct Fixture : Served {
         return !viewModel->isPolling() && !viewModel->showPaymentSheet() && !viewModel->isPurchasing();
     }
 
-    AuthService auth{{origin, origin}, scratch.keychain, scratch.defaults, scratch.folders, [](const QString &) { }};
+    AuthService auth{
+        {origin, origin}, scratch.keychain, scratch.defaults, scratch.folders, [](const QStringList &) { }};
     ManualClock clock;
     std::unique_ptr<TokenViewModel> viewModel =
         std::make_unique<TokenViewModel>(TokenViewModel::Services{tokenAPI, auth, clock});

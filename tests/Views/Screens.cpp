@@ -43,7 +43,7 @@ QCoro::Task<> BriefClock::sleep(std::chrono::milliseconds duration, std::stop_to
 Screens::Screens(Start start, const QString &serverOrigin, const QString &bundle)
     : scratch(serverOrigin)
     , auth({serverOrigin, serverOrigin}, scratch.keychain, scratch.defaults, scratch.folders,
-           [this](const QString &name) { endedProcesses.append(name); })
+           [this](const QStringList &names) { endedProcesses.append(names); })
     , tokenProxyViewModel(serverOrigin, scratch.keychain)
     , runningBundle(Bundle::at(scratch.path(bundle)))
     , updateCheck(serverOrigin + u"/api/v1"_s, runningBundle,
