@@ -186,7 +186,7 @@ QCoro::Task<> CommandLine::load()
 {
     const TerminationSignals interrupts;
     leaveOn(interrupts);
-    co_await m_viewModel.loadData();
+    co_await m_viewModel.loadSoftware();
     if (!m_viewModel.detectionFailure().isEmpty())
         printError(m_viewModel.detectionFailure());
 }

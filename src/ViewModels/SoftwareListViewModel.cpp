@@ -89,6 +89,16 @@ SoftwareListViewModel::~SoftwareListViewModel() = default;
 QCoro::Task<> SoftwareListViewModel::loadData()
 {
     const QPointer self(this);
+    co_await loadSoftware();
+    if (!self || !m_services.defaults.isTrue(needsReconfigureKey))
+        co_return;
+    m_services.defaults.setTrue(needsReconfigureKey, false);
+    setShowUserSwitchedAlert(true);
+}
+
+QCoro::Task<> SoftwareListViewModel::loadSoftware()
+{
+    const QPointer self(this);
     setIsLoading(true);
     auto catalog = co_await m_services.catalog.load();
     if (!self)
@@ -109,10 +119,6 @@ QCoro::Task<> SoftwareListViewModel::loadData()
         co_return;
     checkConfigStatus();
     setIsLoading(false);
-    if (m_services.defaults.isTrue(needsReconfigureKey)) {
-        m_services.defaults.setTrue(needsReconfigureKey, false);
-        setShowUserSwitchedAlert(true);
-    }
 }
 
 QCoro::Task<> SoftwareListViewModel::detectAllStatus()

@@ -87,7 +87,10 @@ public:
 
     /// Loads the catalog from the server, else from the application's resources, else the built-in
     /// one; merges it into the list; then refreshes status, versions and configuration marks.
+    /// Then tells once that another account has signed in: this is for a window.
     QCoro::Task<> loadData();
+    /// The same without the notice, which stays for the window.
+    QCoro::Task<> loadSoftware();
     QCoro::Task<> detectAllStatus();
     QCoro::Task<> detectLocalVersions();
     void checkConfigStatus();

@@ -1,4 +1,5 @@
 #include "DevServer.h"
+#include "Platform/UserDefaults.h"
 #include "Support/Scratch.h"
 #include "Support/SmallDisk.h"
 #include "Support/Table.h"
@@ -92,6 +93,7 @@ private Q_SLOTS:
     void invocation_data();
     void invocation();
     void installIsRememberedByTheNextRun();
+    void theNoticeOfASwitchedAccountIsLeftToTheWindow();
     void startStaysUntilTheProgramEnds();
     void interruptLeavesAStartedProgramRunning();
     void interruptCancelsAnInstall();
@@ -158,6 +160,21 @@ void tst_CommandLine::installIsRememberedByTheNextRun()
     const auto list = devserver::JSON::parse(program.output.toStdString());
     QCOMPARE(list[0]["status"].get<std::string>(), "installed");
     QVERIFY(list[0].contains("installedAt"));
+}
+
+void tst_CommandLine::theNoticeOfASwitchedAccountIsLeftToTheWindow()
+{
+    QTemporaryDir folder;
+    Program program({entryIn(folder.path())});
+    UserDefaults defaults(program.scratch.filePath(u"com.vaelix.app.json"_s));
+    defaults.setTrue(u"needsReconfigureSoftware"_s, true);
+    defaults.flush();
+    for (const QString &arguments : {u"software list"_s, u"software install a"_s}) {
+        program.start(arguments.split(u' '));
+        program.finish();
+        QCOMPARE(program.process.exitCode(), 0);
+    }
+    QVERIFY(defaults.isTrue(u"needsReconfigureSoftware"_s));
 }
 
 void tst_CommandLine::startStaysUntilTheProgramEnds()
