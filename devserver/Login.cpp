@@ -131,11 +131,12 @@ Response welcome(Accounts &accounts, const Account &account, const Authorization
     return response;
 }
 
-QString applicationAddress(const Account &account, const QString &token)
+QString applicationAddress(const Account &account, const QString &token, const QString &state)
 {
     return QStringLiteral("x-vaelix://callback?token=") + percentEncoded(token) + QStringLiteral("&user_id=")
         + percentEncoded(account.userId) + QStringLiteral("&api_key=") + percentEncoded(account.apiKey)
-        + QStringLiteral("&display_name=") + percentEncoded(account.displayName);
+        + QStringLiteral("&display_name=") + percentEncoded(account.displayName) + QStringLiteral("&state=")
+        + percentEncoded(state);
 }
 
 Response callbackPage(LoginEnding ending, const QString &address)
@@ -193,7 +194,8 @@ Response answerCallback(ServerState &state, const Request &request)
     const Account *account = state.accounts.takeLoginCode(query.value(QStringLiteral("code")));
     if (!account)
         return errorPage(400, failureTitle, QStringLiteral("登录已失效，请返回重新登录"));
-    const QString address = applicationAddress(*account, state.accounts.issueToken(*account));
+    const QString address =
+        applicationAddress(*account, state.accounts.issueToken(*account), query.value(QStringLiteral("state")));
     if (state.loginEnding == LoginEnding::Redirect)
         return redirect(302, address);
     return callbackPage(state.loginEnding, address);

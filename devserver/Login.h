@@ -25,7 +25,8 @@ Response answerPhoneCode(ServerState &state, const Request &request);
 Response answerLogin(ServerState &state, const Request &request);
 
 /// GET /auth/callback: exchanges the query's "code" for a token and hands it to the application with an
-/// x-vaelix://callback address ("token", "user_id", "api_key", "display_name"), by the ending that is set.
+/// x-vaelix://callback address ("token", "user_id", "api_key", "display_name", and the login's "state"), by the ending
+/// that is set.
 Response answerCallback(ServerState &state, const Request &request);
 
 } // namespace devserver

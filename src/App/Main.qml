@@ -26,8 +26,17 @@ Window {
             gate.forceActiveFocus(Qt.PopupFocusReason);
     }
 
+    /// How the window is shown, or was before it was minimized.
+    property int shownVisibility: Window.AutomaticVisibility
+
+    onVisibilityChanged: value => {
+        if (value !== Window.Minimized && value !== Window.Hidden)
+            shownVisibility = value;
+    }
+
     function comeToFront() {
-        show();
+        if (visibility === Window.Minimized)
+            visibility = shownVisibility;
         raise();
         requestActivate();
     }
@@ -60,6 +69,10 @@ Window {
             else
                 setSource("LoginView.qml", { authService: mainWindow.authService });
         }
+    }
+    AccountNotices {
+        anchors.fill: parent
+        authService: mainWindow.authService
     }
     UpdateSheets {
         anchors.fill: parent

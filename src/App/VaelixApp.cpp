@@ -67,7 +67,7 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
         return 0;
 
     AuthService &auth = AuthService::shared();
-    QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleCallback);
+    QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleOpenedAddress);
 
     UserDefaults &defaults = UserDefaults::shared();
     QObject::connect(&defaults, &UserDefaults::problemChanged, [&defaults] {

@@ -14,7 +14,6 @@
 #include <QFileInfo>
 #include <QPointer>
 #include <QUuid>
-#include <map>
 
 using namespace std::chrono_literals;
 
@@ -34,38 +33,23 @@ const QString stateKey = QStringLiteral("oauth_state");
 const QString lastUserIdKey = QStringLiteral("lastUserId");
 const QString needsReconfigureKey = QStringLiteral("needsReconfigureSoftware");
 
-/// The text that percent-encoding stands for; none when it is not UTF-8.
-std::optional<QString> decodedText(QStringView encoded)
-{
-    const QString text = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded.toUtf8()));
-    return text.contains(QChar::ReplacementCharacter) ? std::nullopt : std::optional(text);
-}
-
-/// The query's items that have a value, each name's first one only.
-std::map<QString, QString> firstItems(const QUrl &url)
-{
-    if (!url.isValid())
-        return {};
-    std::map<QString, std::optional<QString>> items;
-    const QString query = url.query(QUrl::FullyEncoded);
-    for (const QStringView item : QStringView(query).split(u'&')) {
-        const qsizetype equals = item.indexOf(u'=');
-        const auto name = decodedText(equals < 0 ? item : item.first(equals));
-        if (name)
-            items.try_emplace(*name, equals < 0 ? std::nullopt : decodedText(item.sliced(equals + 1)));
-    }
-    std::map<QString, QString> present;
-    for (const auto &[name, value] : items)
-        if (value)
-            present.emplace(name, *value);
-    return present;
-}
-
 QNetworkRequest authorizedRequest(const QString &address, const QString &token)
 {
     QNetworkRequest request{QUrl(address)};
     request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
     return request;
+}
+
+QString newState()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+/// So much of a text as a question can show.
+QString shortened(const QString &text)
+{
+    constexpr qsizetype limit = 40;
+    return text.size() <= limit ? text : text.first(limit) + u'…';
 }
 
 /// OpenClaw's and Ollama's programs. The gateway renames itself, and older versions of Ollama run each model in a
@@ -128,7 +112,17 @@ void AuthService::publish(bool isLoggedIn, const QString &userId, const QString 
 
 QUrl AuthService::makeLoginURL()
 {
-    const QString state = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    return makeLoginURL(newState());
+}
+
+QUrl AuthService::beginBrowserLogin()
+{
+    m_browserLoginState = newState();
+    return makeLoginURL(m_browserLoginState);
+}
+
+QUrl AuthService::makeLoginURL(const QString &state)
+{
     m_defaults.setText(stateKey, state);
     const QString callback = m_servers.accountOrigin + QStringLiteral("/auth/callback");
     const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding(callback, "!$&'()*+,;=:@/?"));
@@ -137,29 +131,80 @@ QUrl AuthService::makeLoginURL()
                 QUrl::StrictMode);
 }
 
+std::optional<LoginCallback> AuthService::readCallback(const QUrl &url)
+{
+    auto callback = LoginCallback::read(url);
+    if (callback)
+        return *std::move(callback);
+    if (callback.error() == LoginCallback::Fault::Unacceptable)
+        Q_EMIT callbackRefused(QStringLiteral("登录地址中含有不允许的字符，已拒绝。当前账户没有改变。"));
+    return {};
+}
+
 void AuthService::handleCallback(const QUrl &url)
 {
-    const auto items = firstItems(url);
-    const auto token = items.find(QStringLiteral("token"));
-    const auto userId = items.find(QStringLiteral("user_id"));
-    if (token == items.end() || userId == items.end())
-        return;
+    if (const auto callback = readCallback(url))
+        signIn(*callback);
+}
 
+void AuthService::handleOpenedAddress(const QUrl &url)
+{
+    if (m_offer)
+        return;
+    const auto callback = readCallback(url);
+    if (!callback)
+        return;
+    if (!m_browserLoginState.isEmpty() && callback->state == m_browserLoginState)
+        signIn(*callback);
+    else
+        setOffer(callback);
+}
+
+QString AuthService::offeredAccount() const
+{
+    if (!m_offer)
+        return {};
+    const QString name = shortened(m_offer->displayName.value_or(QString()));
+    const QString id = shortened(m_offer->userId);
+    return name.isEmpty() ? id : QStringLiteral("%1（%2）").arg(name, id);
+}
+
+void AuthService::acceptOffer()
+{
+    const auto offer = m_offer;
+    setOffer({});
+    if (offer)
+        signIn(*offer);
+}
+
+void AuthService::declineOffer()
+{
+    setOffer({});
+}
+
+void AuthService::setOffer(const std::optional<LoginCallback> &offer)
+{
+    m_offer = offer;
+    Q_EMIT offeredAccountChanged();
+}
+
+void AuthService::signIn(const LoginCallback &callback)
+{
+    m_browserLoginState.clear();
     const auto lastUserId = m_defaults.text(lastUserIdKey);
-    if (lastUserId && *lastUserId != userId->second) {
+    if (lastUserId && *lastUserId != callback.userId) {
         stopAndClearSoftwareConfigs();
         m_defaults.setTrue(needsReconfigureKey, true);
     }
-    m_defaults.setText(lastUserIdKey, userId->second);
+    m_defaults.setText(lastUserIdKey, callback.userId);
 
-    m_keychain.save(tokenKey, token->second);
-    m_keychain.save(userIdKey, userId->second);
-    if (const auto key = items.find(QStringLiteral("api_key")); key != items.end())
-        m_keychain.save(userAPIKeyKey, key->second);
-    const auto name = items.find(QStringLiteral("display_name"));
-    if (name != items.end())
-        m_keychain.save(displayNameKey, name->second);
-    publish(true, userId->second, name != items.end() ? name->second : QString());
+    m_keychain.save(tokenKey, callback.token);
+    m_keychain.save(userIdKey, callback.userId);
+    if (callback.apiKey)
+        m_keychain.save(userAPIKeyKey, *callback.apiKey);
+    if (callback.displayName)
+        m_keychain.save(displayNameKey, *callback.displayName);
+    publish(true, callback.userId, callback.displayName.value_or(QString()));
     Q_EMIT activationRequested();
 }
 

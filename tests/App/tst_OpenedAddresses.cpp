@@ -1,5 +1,7 @@
-// The real program, opened with addresses.
+// The real program on a virtual display: what it does when it starts, is started again, and is opened with
+// addresses. What is on its screen is told by a pixel near the corner, which no window manager covers.
 
+#include "DevServer.h"
 #include "Platform/UserDefaults.h"
 #include "Services/KeychainService.h"
 #include "Support/Table.h"
@@ -7,15 +9,55 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDir>
+#include <QGuiApplication>
+#include <QPainter>
 #include <QProcess>
+#include <QRasterWindow>
+#include <QScreen>
 #include <QTemporaryDir>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int timeoutMs = 30'000;
 const QString busName = u"com.vaelix.app"_s;
 const QString address = u"x-vaelix://callback?token=secret-token&user_id=u1&display_name=%E5%BC%A0%E4%BC%9F"_s;
+
+/// Fills the screen over what is there.
+class Cover : public QRasterWindow
+{
+public:
+    static constexpr QRgb color = 0xffff0000;
+
+    Cover()
+    {
+        setGeometry(screen()->geometry());
+        show();
+        raise();
+    }
+
+private:
+    void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(QRect({}, size()), QColor(color)); }
+};
+
+QRgb corner()
+{
+    return QGuiApplication::primaryScreen()->grabWindow(0, 5, 5, 1, 1).toImage().pixel(0, 0);
+}
+
+// What the window is seen to be by its corner.
+bool isPlain()
+{
+    return corner() == 0xfff5f5f7;
+}
+/// A question or a sheet is over it.
+bool isDimmed()
+{
+    return std::abs(qRed(corner()) - 0xab) <= 2;
+}
 
 /// Folders and environment of a user who has used nothing yet.
 class User
@@ -28,6 +70,7 @@ public:
             environment.insert(QString::fromLatin1(variable), m_root.path());
         // Nothing listens there.
         environment.insert(u"VAELIX_SERVER_ORIGIN"_s, u"http://127.0.0.1:9"_s);
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
         if (!hasBus)
             environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
     }
@@ -101,6 +144,7 @@ class tst_OpenedAddresses : public QObject
 
 private Q_SLOTS:
     void cleanup();
+    void aStartAsksForUpdatesAndOffersThem();
     void coldStart();
     void secondStart_data();
     void secondStart();
@@ -117,13 +161,23 @@ void tst_OpenedAddresses::cleanup()
     QTRY_VERIFY(!ownsBusName());
 }
 
+void tst_OpenedAddresses::aStartAsksForUpdatesAndOffersThem()
+{
+    devserver::DevServer server({.update = devserver::UpdateOffer{.version = u"99.0.0"_s, .build = 999}});
+    User user(true);
+    user.environment.insert(u"VAELIX_SERVER_ORIGIN"_s, *server.start(0));
+    const Program program(user);
+    QTRY_VERIFY_WITH_TIMEOUT(isDimmed(), timeoutMs);
+    QCOMPARE(std::ranges::count(server.requests(), u"/api/v1/update/check"_s, &devserver::Request::path), 1);
+}
+
 void tst_OpenedAddresses::coldStart()
 {
     const User user(true);
     const Program program(user, {address});
-    QTRY_COMPARE(user.userId(), u"u1"_s);
-    QTRY_COMPARE(KeychainService().get(u"auth_token"_s), u"secret-token"_s);
-    QTRY_COMPARE(KeychainService().get(u"display_name"_s), u"张伟"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(isDimmed(), timeoutMs);
+    QVERIFY(!KeychainService().get(u"auth_token"_s));
+    QCOMPARE(user.userId(), QString());
     QVERIFY(program.isRunning());
     QVERIFY(!program.arguments().contains("secret"));
     QVERIFY(!program.arguments().isEmpty());
@@ -131,13 +185,13 @@ void tst_OpenedAddresses::coldStart()
 
 void tst_OpenedAddresses::secondStart_data()
 {
-    const auto row = columns<bool, QStringList, QString>("hasBus", "arguments", "userId");
+    const auto row = columns<bool, QStringList>("hasBus", "arguments");
 
-    row("bus, without address", true, {}, {});
-    row("bus, with address", true, QStringList{address}, u"u1"_s);
-    row("socket, without address", false, {}, {});
-    row("socket, with address", false, QStringList{address}, u"u1"_s);
-    row("socket, much", false, QStringList{address + u"&more="_s + QString(100'000, u'm')}, u"u1"_s);
+    row("bus, without address", true, {});
+    row("bus, with address", true, QStringList{address});
+    row("socket, without address", false, {});
+    row("socket, with address", false, QStringList{address});
+    row("socket, much", false, QStringList{address + u"&more="_s + QString(100'000, u'm')});
 }
 
 void tst_OpenedAddresses::secondStart()
@@ -146,43 +200,47 @@ void tst_OpenedAddresses::secondStart()
     QFETCH(QStringList, arguments);
     const User user(hasBus);
     const Program first(user);
-    if (hasBus)
-        QTRY_VERIFY(ownsBusName());
-    else
-        QTRY_VERIFY(user.hasSocket());
+    QTRY_VERIFY_WITH_TIMEOUT(isPlain(), timeoutMs);
+    const Cover cover;
+    QTRY_COMPARE_WITH_TIMEOUT(corner(), Cover::color, timeoutMs);
 
     Program second(user, arguments);
     QCOMPARE(second.exitCode(), 0);
     QVERIFY(!second.output().contains("没有响应"));
-    QFETCH(QString, userId);
-    QTRY_COMPARE(user.userId(), userId);
+    QTRY_VERIFY_WITH_TIMEOUT(arguments.isEmpty() ? isPlain() : isDimmed(), timeoutMs);
+    QCOMPARE(user.userId(), QString());
     QVERIFY(first.isRunning());
 }
 
 void tst_OpenedAddresses::callOnTheBus_data()
 {
-    const auto row = columns<QString, QVariantList, QString>("method", "arguments", "userId");
+    const auto row = columns<QString, QVariantList, bool>("method", "arguments", "asks");
 
     const QVariantMap platformData{{u"activation-token"_s, u"a-token"_s}};
     const auto open = [&](const QStringList &addresses) { return QVariantList{addresses, platformData}; };
-    row("one address", u"Open"_s, open({address}), u"u1"_s);
-    row("several, some useless", u"Open"_s, open({u""_s, u"x-vaelix://callback"_s, u"nonsense"_s, address}), u"u1"_s);
-    row("none", u"Open"_s, open({}), {});
-    row("activation", u"Activate"_s, QVariantList{platformData}, {});
-    row("unknown action", u"ActivateAction"_s, QVariantList{u"dance"_s, QVariantList(), platformData}, {});
+    row("one address", u"Open"_s, open({address}), true);
+    row("several, some useless", u"Open"_s, open({u""_s, u"x-vaelix://callback"_s, u"nonsense"_s, address}), true);
+    row("impossible", u"Open"_s, open({address + u"&api_key=%27"_s}), true);
+    row("none", u"Open"_s, open({}), false);
+    row("activation", u"Activate"_s, QVariantList{platformData}, false);
+    row("unknown action", u"ActivateAction"_s, QVariantList{u"dance"_s, QVariantList(), platformData}, false);
 }
 
 void tst_OpenedAddresses::callOnTheBus()
 {
     QFETCH(QString, method);
     QFETCH(QVariantList, arguments);
+    QFETCH(bool, asks);
     const User user(true);
     const Program program(user);
-    QTRY_VERIFY(ownsBusName());
+    QTRY_VERIFY_WITH_TIMEOUT(isPlain(), timeoutMs);
+    const Cover cover;
+    QTRY_COMPARE_WITH_TIMEOUT(corner(), Cover::color, timeoutMs);
 
     const auto answer = callApplication(method, arguments);
     QVERIFY2(answer.type() == QDBusMessage::ReplyMessage, qPrintable(answer.errorMessage()));
-    QTEST(user.userId(), "userId");
+    QTRY_VERIFY_WITH_TIMEOUT(asks ? isDimmed() : isPlain(), timeoutMs);
+    QCOMPARE(user.userId(), QString());
     QVERIFY(program.isRunning());
 }
 
@@ -191,15 +249,38 @@ void tst_OpenedAddresses::socketOfAKilledInstance()
     const User user(false);
     {
         const Program killed(user);
-        QTRY_VERIFY(user.hasSocket());
+        QTRY_VERIFY_WITH_TIMEOUT(user.hasSocket(), timeoutMs);
     }
     QVERIFY(user.hasSocket());
     const Program program(user, {address});
-    QTRY_COMPARE(user.userId(), u"u1"_s);
-    QVERIFY(program.isRunning());
+    QTRY_VERIFY_WITH_TIMEOUT(isDimmed(), timeoutMs);
     Program second(user);
     QCOMPARE(second.exitCode(), 0);
+    QVERIFY(program.isRunning());
 }
 
-QTEST_GUILESS_MAIN(tst_OpenedAddresses)
+/// Starts a display that ends with its last client; gives the stream that closes with it.
+static std::FILE *startDisplay()
+{
+    std::FILE *const server =
+        ::popen("exec Xvfb -displayfd 1 -screen 0 1080x720x24 -nolisten tcp -terminate 2>/dev/null", "r");
+    int number = -1;
+    if (!server || std::fscanf(server, "%d", &number) != 1)
+        qFatal("the virtual display does not start");
+    qputenv("DISPLAY", ':' + QByteArray::number(number));
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    return server;
+}
+
+int main(int argc, char *argv[])
+{
+    std::FILE *const display = startDisplay();
+    const int failures = [&] {
+        const QGuiApplication application(argc, argv);
+        tst_OpenedAddresses test;
+        return QTest::qExec(&test, argc, argv);
+    }();
+    ::pclose(display);
+    return failures;
+}
 #include "tst_OpenedAddresses.moc"

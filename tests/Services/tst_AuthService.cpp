@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
 
@@ -63,6 +64,11 @@ QUrl callback(const QString &query)
     return QUrl(u"x-vaelix://callback?"_s + query);
 }
 
+QString stateOf(const QUrl &loginURL)
+{
+    return QUrlQuery(loginURL).queryItemValue(u"state"_s);
+}
+
 /// How a query item can be written, and what it means.
 struct Item {
     QString text; ///< %1 stands for its name
@@ -77,8 +83,7 @@ const QList<Item> itemForms{
     {u"%1="_s, u""_s},
     {u"%1=a-1"_s, u"a-1"_s},
     {u"%1=first&%1=second"_s, u"first"_s},
-    {u"%1=a%20b%26c%3Dd%2Be+f"_s, u"a b&c=d+e+f"_s},
-    {u"%1=%E4%B8%AD%E6%96%87"_s, u"中文"_s},
+    {u"%1=a%26c%3Dd%2Be+f%25"_s, u"a&c=d+e+f%"_s},
     {u"%1=x=y"_s, u"x=y"_s},
 };
 
@@ -104,6 +109,12 @@ private Q_SLOTS:
     void callbackThatSaysNothing_data();
     void callbackThatSaysNothing();
     void hugeCallback();
+    void valuesThatCannotBeReal_data();
+    void valuesThatCannotBeReal();
+    void addressFromOutside_data();
+    void addressFromOutside();
+    void anOfferIsAnsweredBeforeTheNext();
+    void longNamesAreShortenedInAnOffer();
     void callbackKeepsWhatDidNotCome();
     void anotherAccountSignsIn_data();
     void anotherAccountSignsIn();
@@ -221,6 +232,130 @@ void tst_AuthService::hugeCallback()
     service->handleCallback(callback(u"token="_s + token + u"&user_id=u"_s));
     QVERIFY(service->isLoggedIn());
     QVERIFY(account.scratch.keychain.get(u"auth_token"_s) == token);
+}
+
+void tst_AuthService::valuesThatCannotBeReal_data()
+{
+    const auto row = columns<QString>("query");
+
+    row("header lines", u"token=t%0D%0AX-Other:%201&user_id=u2"_s);
+    row("a command in the key", u"token=t&user_id=u2&api_key=k%27%3B%20touch%20~%2Fpwned%20%23"_s);
+    for (const char *code : {"00", "09", "0A", "1B", "20", "22", "24", "27", "5C", "60", "7F", "C3%A9", "E4%B8%AD"}) {
+        const QString character = u'%' + QString::fromLatin1(code);
+        for (const QString &query :
+             {u"token=a%1b&user_id=u2"_s, u"token=t&user_id=a%1b"_s, u"token=t&user_id=u2&api_key=a%1b"_s})
+            row(qPrintable(filledIn(query, character)), filledIn(query, character));
+    }
+    for (const char *code :
+         {"00", "0A", "1B", "7F", "C2%85", "D8%9C", "E2%80%8F", "E2%80%A8", "E2%80%AE", "E2%81%A6"}) {
+        const QString query = u"token=t&user_id=u2&display_name=a%"_s + QString::fromLatin1(code) + u'b';
+        row(qPrintable(query), query);
+    }
+}
+
+void tst_AuthService::valuesThatCannotBeReal()
+{
+    QFETCH(QString, query);
+    for (const bool isFromOutside : {false, true}) {
+        Account account;
+        account.store(u"kept"_s, u"u1"_s);
+        account.scratch.write(u".openclaw/openclaw.json"_s, "{}");
+        const auto service = account.service();
+        const QUrl begun = service->beginBrowserLogin();
+        const auto before = account.credentials();
+        const QSignalSpy refusals(service.get(), &AuthService::callbackRefused);
+        const QSignalSpy changes(service.get(), &AuthService::changed);
+
+        const QUrl address = callback(query + u"&state="_s + stateOf(begun));
+        if (isFromOutside)
+            service->handleOpenedAddress(address);
+        else
+            service->handleCallback(address);
+        QCOMPARE(refusals.size(), 1);
+        QCOMPARE(refusals.first().first().toString(), u"登录地址中含有不允许的字符，已拒绝。当前账户没有改变。"_s);
+        QCOMPARE(account.credentials(), before);
+        QVERIFY(changes.isEmpty() && service->offeredAccount().isEmpty() && account.endedProcesses.isEmpty());
+        QCOMPARE(account.scratch.defaults.text(u"lastUserId"_s), u"u1"_s);
+        QVERIFY(QFile::exists(account.scratch.path(u".openclaw/openclaw.json"_s)));
+    }
+}
+
+void tst_AuthService::addressFromOutside_data()
+{
+    // query: STATE stands for the state of the login that was begun
+    const auto row = columns<bool, QString, bool>("isInBrowser", "query", "isTaken");
+
+    row("its state", true, u"&state=STATE"_s, true);
+    row("state of a login in the web view", false, u"&state=STATE"_s, false);
+    row("another state", true, u"&state=00000000-0000-4000-8000-000000000000"_s, false);
+    row("state in another case", true, u"&State=STATE"_s, false);
+    row("empty state", true, u"&state="_s, false);
+    row("no state", true, {}, false);
+}
+
+void tst_AuthService::addressFromOutside()
+{
+    QFETCH(bool, isInBrowser);
+    QFETCH(QString, query);
+    QFETCH(bool, isTaken);
+    Account account;
+    account.store(u"kept"_s, u"u1"_s);
+    account.scratch.write(u".openclaw/openclaw.json"_s, "{}");
+    const auto service = account.service();
+    const QUrl begun = isInBrowser ? service->beginBrowserLogin() : service->makeLoginURL();
+    const QUrl address =
+        callback(u"token=t&user_id=u2&display_name=%E5%BC%A0%E4%BC%9F"_s + query.replace(u"STATE"_s, stateOf(begun)));
+    const auto before = account.credentials();
+    const auto isUnchanged = [&] {
+        return account.credentials() == before && service->userId() == u"u1" && account.endedProcesses.isEmpty()
+            && QFile::exists(account.scratch.path(u".openclaw/openclaw.json"_s));
+    };
+
+    service->handleOpenedAddress(address);
+    if (isTaken) {
+        QCOMPARE(service->userId(), u"u2"_s);
+        QCOMPARE(service->offeredAccount(), QString());
+        service->handleOpenedAddress(callback(u"token=t&user_id=u3&state="_s + stateOf(begun)));
+        QCOMPARE(service->userId(), u"u2"_s);
+        QCOMPARE(service->offeredAccount(), u"u3"_s);
+        return;
+    }
+    QCOMPARE(service->offeredAccount(), u"张伟（u2）"_s);
+    QVERIFY(isUnchanged());
+    service->declineOffer();
+    QCOMPARE(service->offeredAccount(), QString());
+    QVERIFY(isUnchanged());
+
+    service->handleOpenedAddress(address);
+    service->acceptOffer();
+    QCOMPARE(service->offeredAccount(), QString());
+    QCOMPARE(service->userId(), u"u2"_s);
+    QCOMPARE(account.credentials().value(u"auth_token"_s), u"t"_s);
+}
+
+void tst_AuthService::anOfferIsAnsweredBeforeTheNext()
+{
+    Account account;
+    const auto service = account.service();
+    const QSignalSpy refusals(service.get(), &AuthService::callbackRefused);
+    service->handleOpenedAddress(callback(u"token=t1&user_id=u1"_s));
+    service->handleOpenedAddress(callback(u"token=t2&user_id=u2"_s));
+    service->handleOpenedAddress(callback(u"token=t%20&user_id=u2"_s));
+    QCOMPARE(service->offeredAccount(), u"u1"_s);
+    QVERIFY(refusals.isEmpty());
+    service->acceptOffer();
+    QCOMPARE(account.credentials().value(u"auth_token"_s), u"t1"_s);
+}
+
+void tst_AuthService::longNamesAreShortenedInAnOffer()
+{
+    Account account;
+    const auto service = account.service();
+    service->handleOpenedAddress(
+        callback(u"token=t&user_id=%1&display_name=%2"_s.arg(QString(1000, u'u'), QString(41, u'n'))));
+    QCOMPARE(service->offeredAccount(), QString(40, u'n') + u"…（"_s + QString(40, u'u') + u"…）"_s);
+    service->acceptOffer();
+    QCOMPARE(service->userId().size(), 1000);
 }
 
 void tst_AuthService::callbackKeepsWhatDidNotCome()

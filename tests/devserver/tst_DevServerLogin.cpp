@@ -151,6 +151,7 @@ void tst_DevServerLogin::everyWayEndsInATokenOfItsAccount()
         QCOMPARE(queryItem(callback.header("Location"), "user_id"), account.userId);
         QCOMPARE(queryItem(callback.header("Location"), "api_key"), account.apiKey);
         QCOMPARE(queryItem(callback.header("Location"), "display_name"), account.displayName);
+        QCOMPARE(queryItem(callback.header("Location"), "state"), HostileState);
         const JSON verified = verify(queryItem(callback.header("Location"), "token")).json();
         const JSON data{{"userId", account.userId.toStdString()}, {"role", account.role.toStdString()}};
         QVERIFY(verified == JSON({{"code", 0}, {"message", "ok"}, {"data", data}}));

@@ -25,6 +25,14 @@ FocusScope {
         handover.start();
     }
 
+    Connections {
+        target: loginView.authService
+
+        function onCallbackRefused() {
+            if (loginView.isLoginCompleting)
+                loginView.closeWebPanel();
+        }
+    }
     /// Lets the success be seen before the main screen takes the window.
     Timer {
         id: handover
