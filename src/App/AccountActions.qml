@@ -32,6 +32,7 @@ Item {
             onTriggered: actions.changePasswordRequested()
         }
         T.MenuSeparator {
+            implicitHeight: implicitContentHeight + topPadding + bottomPadding
             verticalPadding: Theme.spacingXS
             contentItem: Separator {}
         }

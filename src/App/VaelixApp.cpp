@@ -3,6 +3,7 @@
 #include "Platform/ApplicationInstance.h"
 #include "Platform/Bundle.h"
 #include "Platform/UserDefaults.h"
+#include "Platform/WebEngineStorage.h"
 #include "Services/AuthService.h"
 #include "Services/UpdateCheckService.h"
 #include "Utilities/Log.h"
@@ -65,6 +66,7 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
     ApplicationInstance instance;
     if (!instance.claim(addresses))
         return 0;
+    WebEngineStorage::remove();
 
     AuthService &auth = AuthService::shared();
     QObject::connect(&instance, &ApplicationInstance::opened, &auth, &AuthService::handleOpenedAddress);

@@ -4,7 +4,7 @@
 #include "Utilities/Deployment.h"
 #include "Views/Auth/LoginNavigation.h"
 
-#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QHttpServer>
 #include <QJSEngine>
@@ -17,7 +17,7 @@ namespace {
 
 /// Its query has everything that must arrive as it was sent.
 const QByteArray callbackAddress =
-    "x-vaelix://callback?token=a%2Bb%20c%25%26d%3D&user_id=7&display_name=%E5%BC%A0%E4%BC%9F";
+    "x-vaelix://callback?token=a%2Bbc%25%26d%3D&user_id=7&display_name=%E5%BC%A0%E4%BC%9F";
 
 /// A web server on loopback whose pages a test writes.
 class PageServer
@@ -88,6 +88,9 @@ private Q_SLOTS:
     void theGateOpensAndClosesWithTheLogin();
     void theAccountMenuShowsWhoIsSignedIn();
     void theMenuIsWorkedByKeys();
+    void theMenuHasADivider();
+    void anAddressFromOutsideIsAskedAbout();
+    void anImpossibleAddressIsRefused();
     void addressesAreToldApart_data();
     void addressesAreToldApart();
     void theStyleSheetArrivesIntact_data();
@@ -98,7 +101,8 @@ private Q_SLOTS:
     void onlyTheAccountServersCallbackPageIsASuccess_data();
     void onlyTheAccountServersCallbackPageIsASuccess();
     void aPageHasOneStyleElement();
-    void cookiesSurviveThePage();
+    void nothingOfALoginStaysOnTheDisk();
+    void aLoadedPageIsNeverTakenAway();
     void aServerThatCannotBeReachedIsReportedAndTriedAgain();
 
 private:
@@ -217,6 +221,16 @@ void tst_LoginScreens::theGateOpensAndClosesWithTheLogin()
     m_screens->signIn(u"张伟"_s);
     QTRY_VERIFY(isSelected(u"仪表盘"_s));
     QTRY_VERIFY(m_screens->window->isActive() && m_screens->window->visibility() == QWindow::Windowed);
+    for (const auto visibility : {QWindow::Maximized, QWindow::FullScreen}) {
+        m_screens->window->setVisibility(visibility);
+        m_screens->signIn(u"张伟"_s);
+        QCOMPARE(m_screens->window->visibility(), visibility);
+        m_screens->settle();
+        QCOMPARE(m_screens->window->visibility(), visibility);
+        m_screens->window->showMinimized();
+        m_screens->signIn(u"张伟"_s);
+        QTRY_COMPARE(m_screens->window->visibility(), visibility);
+    }
 
     m_screens->click(m_screens->button(u"Token 管理"_s));
     QVERIFY(!isSelected(u"仪表盘"_s));
@@ -255,6 +269,69 @@ void tst_LoginScreens::theMenuIsWorkedByKeys()
     m_screens->press(Qt::Key_Return);
     QVERIFY(!m_screens->auth.isLoggedIn());
     QTRY_VERIFY(m_screens->button(u"登录 / 注册"_s));
+}
+
+void tst_LoginScreens::theMenuHasADivider()
+{
+    start(Screens::Start::SignedIn);
+    m_screens->click(accountMenu());
+    QTRY_VERIFY(m_screens->element(QAccessible::MenuItem, u"退出登录"_s));
+    m_screens->settle();
+    QQuickItem *const first = m_screens->element(QAccessible::MenuItem, u"修改密码"_s);
+    QQuickItem *const divider = findByType(first->parentItem(), "Separator");
+    QVERIFY(divider && divider->isVisible());
+    QCOMPARE(divider->height(), 1.0);
+    QCOMPARE(divider->width(), first->width());
+    const qreal y = divider->mapToScene({}).y();
+    QVERIFY(y >= first->mapToScene({0, first->height()}).y());
+    QVERIFY(y + 1 <= m_screens->element(QAccessible::MenuItem, u"退出登录"_s)->mapToScene({}).y());
+}
+
+void tst_LoginScreens::anAddressFromOutsideIsAskedAbout()
+{
+    const QUrl address(u"x-vaelix://callback?token=t&user_id=8&display_name=%3Cb%3E%E6%9D%8E%E5%A8%9C"_s);
+    const QString title = u"登录这个账户？"_s;
+    start(Screens::Start::SignedOut);
+    m_screens->auth.handleOpenedAddress(address);
+    QTRY_VERIFY(m_screens->alert(title) && m_screens->button(u"登录"_s)->hasActiveFocus());
+    QVERIFY(
+        m_screens->shows(u"收到一个登录地址，账户：<b>李娜（8）\n\n只有刚才是你自己在浏览器中登录的，才应继续。"_s));
+    QVERIFY(!m_screens->auth.isLoggedIn());
+    m_screens->press(Qt::Key_Escape);
+    QTRY_VERIFY(!m_screens->alert(title));
+    QVERIFY(!m_screens->auth.isLoggedIn());
+
+    m_screens->signIn(u"张伟"_s);
+    QTRY_VERIFY(m_screens->button(u"仪表盘"_s));
+    m_screens->auth.handleOpenedAddress(address);
+    QTRY_VERIFY(m_screens->alert(title) && m_screens->button(u"取消"_s)->hasActiveFocus());
+    QVERIFY(m_screens->shows(u"收到一个登录地址，账户：<b>李娜（8）\n\n继续会替换当前账户 张伟 的登录；账户不同时，"
+                             u"它的智能体会停止并需要重新配置。"_s));
+    m_screens->press(Qt::Key_Return);
+    QTRY_VERIFY(!m_screens->alert(title));
+    QCOMPARE(m_screens->auth.displayName(), u"张伟"_s);
+    QCOMPARE(m_screens->endedProcesses, QStringList());
+
+    m_screens->auth.handleOpenedAddress(address);
+    QTRY_VERIFY(m_screens->alert(title) && m_screens->button(u"取消"_s)->hasActiveFocus());
+    m_screens->settle();
+    m_screens->click(m_screens->button(u"登录"_s));
+    QCOMPARE(m_screens->auth.userId(), u"8"_s);
+    QTRY_VERIFY(!m_screens->alert(title) && m_screens->button(u"仪表盘"_s));
+}
+
+void tst_LoginScreens::anImpossibleAddressIsRefused()
+{
+    m_server.redirections.insert(u"/authorize"_s, "/auth/callback");
+    m_server.redirections.insert(u"/auth/callback"_s, "x-vaelix://callback?token=t%0D%0AX:1&user_id=7");
+    start(Screens::Start::SignedOut, m_server.origin());
+    openWebPage();
+    QTRY_VERIFY_WITH_TIMEOUT(m_screens->button(u"好"_s) && m_screens->button(u"好"_s)->hasActiveFocus(), 30000);
+    QVERIFY(m_screens->alert(u"无法登录"_s));
+    QVERIFY(m_screens->shows(u"登录地址中含有不允许的字符，已拒绝。当前账户没有改变。"_s));
+    QVERIFY(!m_screens->auth.isLoggedIn());
+    m_screens->press(Qt::Key_Return);
+    QTRY_VERIFY(!m_screens->alert(u"无法登录"_s) && m_screens->button(u"登录 / 注册"_s));
 }
 
 void tst_LoginScreens::addressesAreToldApart_data()
@@ -418,18 +495,48 @@ void tst_LoginScreens::aPageHasOneStyleElement()
     QCOMPARE(evaluate(count), u"1"_s);
 }
 
-void tst_LoginScreens::cookiesSurviveThePage()
+void tst_LoginScreens::nothingOfALoginStaysOnTheDisk()
 {
-    m_server.setCookie = "vaelix_session=1; Path=/";
+    const QByteArray secret = "secret-token-of-a-login";
+    m_server.setCookie = "vaelix_session=" + secret + "; Path=/; Max-Age=100000";
+    m_server.redirections.insert(u"/authorize"_s, "/auth/callback?code=1");
+    m_server.pages.insert(u"/auth/callback"_s,
+                          "<head></head><body><script>localStorage.token = '" + secret
+                              + "'; location = 'x-vaelix://callback?user_id=7&token=" + secret + "'</script>");
     start(Screens::Start::SignedOut, m_server.origin());
-    for (const QByteArray &expected : {QByteArray(), QByteArray("vaelix_session=1")}) {
+    for (int login = 1; login <= 2; ++login) {
         QPointer view = openWebPage();
-        QTRY_VERIFY_WITH_TIMEOUT(view->property("hasLoaded").toBool(), 30000);
-        QCOMPARE(m_server.cookies.value(u"/authorize"_s), expected);
-        m_screens->click(m_screens->button(u"返回"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(m_screens->auth.isLoggedIn(), 30000);
+        QCOMPARE(m_server.cookies.value(u"/authorize"_s), QByteArray());
+        m_screens->auth.logout();
         QTRY_VERIFY(!view);
     }
-    QVERIFY(!QDir(qEnvironmentVariable("XDG_DATA_HOME")).isEmpty());
+    QDirIterator files(qEnvironmentVariable("XDG_DATA_HOME"), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY2(!file.readAll().contains(secret), qPrintable(file.fileName()));
+    }
+}
+
+void tst_LoginScreens::aLoadedPageIsNeverTakenAway()
+{
+    m_server.pages.insert(u"/second"_s, "<head></head><body id=second>验证码</body>");
+    start(Screens::Start::SignedOut, m_server.origin());
+    QQuickItem *const view = openWebPage();
+    QTRY_VERIFY_WITH_TIMEOUT(view->property("hasLoaded").toBool(), 30000);
+    view->setProperty("patienceMs", 100);
+    evaluate(u"location = '/second'; 0"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(evaluate(u"document.body ? document.body.id : ''"_s), u"second"_s, 30000);
+    QVERIFY(!QTest::qWaitFor([&] { return view->property("hasFailed").toBool(); }, 1000));
+
+    // A step that fails leaves what was typed into the one before.
+    evaluate(u"document.body.title = 'typed'; location = 'http://127.0.0.1:9/'; 0"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(m_screens->shows(u"网页没有打开，请检查网络连接后再试。"_s), 30000);
+    QVERIFY(m_screens->webPage()->isVisible());
+    QCOMPARE(evaluate(u"document.body.title"_s), u"typed"_s);
+    evaluate(u"location = '/authorize'; 0"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_screens->shows(u"网页没有打开，请检查网络连接后再试。"_s), 30000);
 }
 
 void tst_LoginScreens::aServerThatCannotBeReachedIsReportedAndTriedAgain()

@@ -18,7 +18,6 @@ WebPage {
     }
 
     pageName: "登录页面"
-    storageName: "login"
     onLoaded: view.runJavaScript(LoginNavigation.styleScript())
     onNavigated: url => follow(url)
     onStopped: url => follow(url)

@@ -10,13 +10,15 @@ FocusScope {
     required property url url
     /// What the texts call the page.
     required property string pageName
-    /// The folder of its cookies and storage among the application's data.
-    required property string storageName
     /// Scripts to put into its documents, as WebEngineView takes them.
     property var userScripts: []
     readonly property alias view: webView
+    /// How long nothing at all may arrive of the first page.
+    property int patienceMs: 60000
     property bool hasLoaded: false
     property bool hasFailed: false
+    /// What the shown page led to last could not be loaded.
+    property bool hasMissed: false
     signal loaded
     /// Goes to an address, the first one too.
     signal navigated(url url)
@@ -28,7 +30,20 @@ FocusScope {
     function fail() {
         hasFailed = true;
     }
+    /// A page that is there stays: the user may have typed into it.
+    function miss() {
+        if (hasLoaded)
+            hasMissed = true;
+        else
+            fail();
+    }
+    /// The first page is coming, if slowly.
+    function waitLonger() {
+        if (patience.running)
+            patience.restart();
+    }
     function finish() {
+        hasFailed = false;
         hasLoaded = true;
         loaded();
     }
@@ -52,32 +67,49 @@ FocusScope {
         onFeaturePermissionRequested: (origin, feature) => grantFeaturePermission(origin, feature, false)
         // Taken here, what a page says there is in no log of ours.
         onJavaScriptConsoleMessage: (level, message) => page.consoleMessage(message)
-        onLoadProgressChanged: patience.restart()
+        onLoadProgressChanged: page.waitLonger()
         onLoadingChanged: info => {
+            page.hasMissed = false;
             if (info.status === WebEngineView.LoadSucceededStatus)
                 page.finish();
             else if (info.status === WebEngineView.LoadStoppedStatus)
                 page.stopped(info.url);
             else if (info.status === WebEngineView.LoadFailedStatus)
-                page.fail();
+                page.miss();
         }
         onNavigationRequested: request => page.navigated(request.url)
         onNewWindowRequested: request => url = request.requestedUrl
         onRenderProcessTerminated: page.fail()
-        // Kept in the application's data folder, so that the server knows the user again.
+        // What such pages and their addresses carry is secret: nothing of it goes to the disk.
         profile: WebEngineProfile {
-            offTheRecord: false
-            persistentCookiesPolicy: WebEngineProfile.ForcePersistentCookies
-            storageName: page.storageName
+            offTheRecord: true
             onDownloadRequested: download => download.cancel()
         }
     }
     Timer {
         id: patience
 
-        interval: 60000
-        running: !page.hasLoaded
+        interval: page.patienceMs
+        running: !page.hasLoaded && !page.hasFailed
         onTriggered: page.fail()
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: Theme.rowHeight
+        color: Theme.card
+        visible: page.hasMissed && webView.visible
+
+        Separator {
+            width: parent.width
+        }
+        Label {
+            anchors.centerIn: parent
+            color: Theme.red
+            text: "网页没有打开，请检查网络连接后再试。"
+            Accessible.name: text
+            Accessible.role: Accessible.AlertMessage
+        }
     }
     WebPageStatus {
         anchors.fill: parent

@@ -9,7 +9,6 @@ WebPage {
     signal credentialsDetected(string appId, string appSecret)
 
     pageName: " QQ 机器人页面"
-    storageName: "qqbot"
     url: page.address
     onConsoleMessage: message => page.takeMessage(message)
     userScripts: [{
