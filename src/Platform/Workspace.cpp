@@ -1,5 +1,6 @@
 #include "Workspace.h"
 
+#include <QCoroSignal>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
@@ -72,18 +73,40 @@ std::expected<void, WorkspaceError> Workspace::openCommandFile(const QString &pa
     return {};
 }
 
-bool Workspace::start(const QStringList &commandLine) const
+QCoro::Task<std::expected<void, WorkspaceError>> Workspace::openAddress(QUrl url) const
+{
+    // Owned by nobody until it has ended: the object would take its process along, which may be the
+    // browser itself.
+    auto *const process = new QProcess;
+    const QStringList commandLine{QStringLiteral("xdg-open"), QString::fromLatin1(url.toEncoded())};
+    process->setChildProcessModifier([] { ::setsid(); });
+    const bool isInstalled = prepare(*process, commandLine);
+    if (isInstalled)
+        process->start();
+    while (process->state() != QProcess::NotRunning)
+        co_await qCoro(process, &QProcess::stateChanged);
+    const bool isOpened = isInstalled && process->error() == QProcess::UnknownError && process->exitCode() == 0;
+    process->deleteLater();
+    if (!isOpened)
+        co_return std::unexpected(WorkspaceError{QStringLiteral("没有找到浏览器")});
+    co_return std::expected<void, WorkspaceError>();
+}
+
+bool Workspace::prepare(QProcess &process, const QStringList &commandLine) const
 {
     const QStringList folders = m_environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts);
     const QString program = QStandardPaths::findExecutable(commandLine.first(), folders);
-    if (program.isEmpty())
-        return false;
-    QProcess process;
     process.setProgram(program);
     process.setArguments(commandLine.sliced(1));
     process.setProcessEnvironment(m_environment);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
-    return process.startDetached();
+    return !program.isEmpty();
+}
+
+bool Workspace::start(const QStringList &commandLine) const
+{
+    QProcess process;
+    return prepare(process, commandLine) && process.startDetached();
 }

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <QCoroTask>
 #include <QProcessEnvironment>
 #include <QString>
+#include <QUrl>
 #include <expected>
+
+class QProcess;
 
 /// Why something was not opened: a Chinese sentence.
 struct WorkspaceError {
     QString description;
 };
 
-/// Opens files with the desktop's programs.
+/// Opens files and addresses with the desktop's programs.
 class Workspace
 {
 public:
@@ -24,7 +28,13 @@ public:
     /// everybody creates files.
     std::expected<void, WorkspaceError> openCommandFile(const QString &path) const;
 
+    /// Opens an address in the user's browser. Fails once the desktop has said that it cannot; may
+    /// return only when the browser is closed.
+    QCoro::Task<std::expected<void, WorkspaceError>> openAddress(QUrl url) const;
+
 private:
+    /// False when the program is not installed.
+    bool prepare(QProcess &process, const QStringList &commandLine) const;
     bool start(const QStringList &commandLine) const;
 
     const QProcessEnvironment m_environment;

@@ -14,6 +14,8 @@ class tst_Workspace : public QObject
 private Q_SLOTS:
     void opensInATerminal_data();
     void opensInATerminal();
+    void opensAnAddressInTheBrowser_data();
+    void opensAnAddressInTheBrowser();
     void refusesWhatOthersCanWrite_data();
     void refusesWhatOthersCanWrite();
 };
@@ -58,6 +60,36 @@ void tst_Workspace::opensInATerminal()
     QTRY_VERIFY(QFile::exists(scratch.path(u"started"_s)));
     QCOMPARE(QString::fromUtf8(scratch.read(u"started"_s)).trimmed(),
              started + u" /bin/bash "_s + scratch.path(u"chat.command"_s));
+}
+
+void tst_Workspace::opensAnAddressInTheBrowser_data()
+{
+    // script: of the desktop's opener; none when it is not installed
+    const auto row = columns<QByteArray, bool>("script", "isOpened");
+
+    row("opened", R"(#!/bin/sh
+                     printf %s "$*" > "$HOME/opened")",
+        true);
+    row("no browser", "#!/bin/sh\nexit 3\n", false);
+    row("killed", "#!/bin/sh\nkill -9 $$\n", false);
+    row("cannot be run", "#!/nowhere\n", false);
+    row("not installed", {}, false);
+}
+
+void tst_Workspace::opensAnAddressInTheBrowser()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(bool, isOpened);
+    Scratch scratch;
+    if (!script.isEmpty())
+        scratch.writeProgram(u"terminals/xdg-open"_s, script);
+    const QUrl address(u"https://login.example/authorize?a=1&state=$(x) '"_s);
+    const auto opened = QCoro::waitFor(scratch.workspace.openAddress(address));
+    QCOMPARE(opened.has_value(), isOpened);
+    if (isOpened)
+        QCOMPARE(scratch.read(u"opened"_s), "https://login.example/authorize?a=1&state=$(x)%20'");
+    else
+        QCOMPARE(opened.error().description, u"没有找到浏览器"_s);
 }
 
 void tst_Workspace::refusesWhatOthersCanWrite_data()

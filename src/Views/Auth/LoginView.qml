@@ -12,7 +12,6 @@ FocusScope {
     property url pendingCallbackURL
 
     function openWebPanel() {
-        WebEngine.prepare();
         showWebView = true;
     }
     function closeWebPanel() {

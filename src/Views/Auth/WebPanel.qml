@@ -7,6 +7,8 @@ FocusScope {
 
     required property AuthService authService
     required property bool isLoginCompleting
+    /// Why the page is not shown here; empty unless it cannot be.
+    property string obstacle
     signal backRequested
     signal callbackLoading
     signal callback(url url)
@@ -31,17 +33,22 @@ FocusScope {
 
         /// Named, so that Qt WebEngine is loaded only now.
         function open() {
-            const url = panel.authService.makeLoginURL();
+            panel.obstacle = WebEngine.prepare();
+            const url = panel.obstacle === "" ? panel.authService.makeLoginURL() : "";
             if (String(url) !== "")
                 setSource("WebAuthView.qml", { url: url });
         }
     }
-    EmptyPlaceholder {
+    BrowserOffer {
         anchors.fill: web
-        description: "缺少网页组件 Qt WebEngine，请安装后重新打开 Vaelix。"
-        systemImage: "exclamationmark.triangle.fill"
+        actionText: "在浏览器中登录"
+        copyText: "复制登录地址"
+        focus: visible
+        hint: "登录后，浏览器会询问是否打开 Vaelix，请允许。"
+        reason: web.status === Loader.Error ? webEngineIsMissing : panel.obstacle
         title: "无法显示登录页面"
-        visible: web.status === Loader.Error
+        onCopyRequested: Pasteboard.copyText(panel.authService.beginBrowserLogin())
+        onOpenRequested: open(panel.authService.beginBrowserLogin())
     }
     LoginSuccessOverlay {
         anchors.fill: parent

@@ -13,7 +13,9 @@ class WebEngine : public QObject
 public:
     using QObject::QObject;
 
-    /// Makes the OpenGL context that it shares with the windows, unless the application started with
-    /// one. It costs memory, so an application that draws in software puts it off until now.
-    Q_INVOKABLE static void prepare();
+    /// Gives why web pages cannot be shown on this machine, a sentence; do not load such a file then.
+    /// Else gives an empty text and makes the OpenGL context that Qt WebEngine shares with the windows,
+    /// unless the application started with one. It costs memory, so an application that draws in
+    /// software puts it off until now.
+    Q_INVOKABLE static QString prepare();
 };

@@ -8,7 +8,6 @@ Item {
     required property SoftwareListViewModel viewModel
 
     function connectQQ() {
-        WebEngine.prepare();
         viewModel.beginQQBotConnection();
         qqBot.active = true;
     }

@@ -8,6 +8,9 @@ Sheet {
     required property SoftwareListViewModel viewModel
     readonly property QQBotConnectViewModel connection: viewModel.qqBotConnection
 
+    /// Why the page is not shown here; empty unless it cannot be.
+    readonly property string obstacle: WebEngine.prepare()
+
     preferredWidth: 800
     preferredHeight: 600
     title: "接入 QQ 机器人"
@@ -20,7 +23,8 @@ Sheet {
         active: !qqBotConnectView.connection.showLog
         focus: true
         // Named, so that Qt WebEngine is loaded only now.
-        source: "QQBotWebView.qml"
+        source: qqBotConnectView.obstacle === "" ? "QQBotWebView.qml" : ""
+
         Connections {
             target: web.item
 
@@ -33,12 +37,27 @@ Sheet {
             }
         }
     }
-    EmptyPlaceholder {
+    QQBotPage {
+        id: page
+    }
+    BrowserOffer {
+        id: offer
+
         anchors.fill: parent
-        description: "缺少网页组件 Qt WebEngine，请安装后重新打开 Vaelix。"
-        systemImage: "exclamationmark.triangle.fill"
+        actionText: "在浏览器中打开"
+        copyText: "复制页面地址"
+        hint: "在浏览器中创建机器人，然后把它的凭证填在下面。"
+        reason: !web.active ? "" : web.status === Loader.Error ? webEngineIsMissing : qqBotConnectView.obstacle
         title: "无法打开 QQ 机器人页面"
-        visible: web.active && web.status === Loader.Error
+        onCopyRequested: Pasteboard.copyText(page.address)
+        onOpenRequested: open(page.address)
+    }
+    QQBotEntry {
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: Theme.spacingXXL
+        anchors.horizontalCenter: parent.horizontalCenter
+        visible: offer.visible
+        onEntered: (appId, appSecret) => qqBotConnectView.connection.takeCredentials(appId, appSecret)
     }
     Column {
         anchors.fill: parent
