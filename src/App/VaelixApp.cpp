@@ -15,6 +15,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <cstdio>
 #include <unistd.h>
 #include <vector>
 
@@ -64,8 +65,15 @@ int VaelixApp::run(int argc, char *argv[], const QStringList &addresses)
         continueAs(Bundle::at(*recovered.bundle), addresses);
 
     ApplicationInstance instance;
-    if (!instance.claim(addresses))
+    switch (instance.claim(addresses)) {
+    case ApplicationInstance::Claim::Granted:
+        break;
+    case ApplicationInstance::Claim::HandedOver:
         return 0;
+    case ApplicationInstance::Claim::Unanswered:
+        std::fputs("Vaelix 已在运行，但没有响应；请结束它之后重新打开\n", stderr);
+        return 1;
+    }
     WebEngineStorage::remove();
 
     AuthService &auth = AuthService::shared();

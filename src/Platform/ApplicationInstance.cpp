@@ -1,5 +1,6 @@
 #include "ApplicationInstance.h"
 
+#include "Folders.h"
 #include "SessionBus.h"
 
 #include <QDBusConnection>
@@ -8,13 +9,13 @@
 #include <QDBusReply>
 #include <QDataStream>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
 #include <QStandardPaths>
 #include <QThread>
 #include <QTimer>
-#include <cstdio>
 #include <unistd.h>
 
 namespace {
@@ -26,17 +27,22 @@ const QString interfaceName = QStringLiteral("org.freedesktop.Application");
 constexpr int timeoutMs = 5000;
 constexpr qint64 longestMessage = 16 * 1024 * 1024;
 
-void reportSilence()
-{
-    std::fputs("Vaelix 已在运行，但没有响应\n", stderr);
-}
-
-/// Unique to the user, also in a folder that all share.
-QString socketPath()
+/// The user's runtime folder; where there is none that is safe, a private one among the user's data.
+QString privateFolder()
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    const QString name = QStringLiteral("com.vaelix.app-%1").arg(::getuid());
-    return folder.isEmpty() ? name : folder + u'/' + name;
+    if (!folder.isEmpty())
+        return folder;
+    const QString own = Folders::user().applicationSupport + QStringLiteral("/vaelix/run");
+    QDir().mkpath(own);
+    QFile::setPermissions(own, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return own;
+}
+
+QString socketPath()
+{
+    static const QString path = privateFolder() + QStringLiteral("/com.vaelix.app-%1").arg(::getuid());
+    return path;
 }
 
 QDBusMessage forwardingCall(const QStringList &addresses)
@@ -70,8 +76,8 @@ bool forwardToSocket(const QStringList &addresses)
         return false;
     QDataStream stream(&socket);
     stream << addresses;
-    socket.disconnectFromServer();
-    return socket.state() == QLocalSocket::UnconnectedState || socket.waitForDisconnected(timeoutMs);
+    // The system takes what is sent to a process that hangs; only an answer tells that it was read.
+    return socket.waitForReadyRead(timeoutMs);
 }
 
 } // namespace
@@ -83,45 +89,39 @@ ApplicationInstance::ApplicationInstance(QObject *parent)
 
 ApplicationInstance::~ApplicationInstance() = default;
 
-bool ApplicationInstance::claim(const QStringList &addresses)
+ApplicationInstance::Claim ApplicationInstance::claim(const QStringList &addresses)
 {
     const bool onBus = hasSessionBus() && QDBusConnection::sessionBus().isConnected();
-    if (!(onBus ? claimOnBus(addresses) : claimSocket(addresses)))
-        return false;
-    if (!addresses.isEmpty())
+    const Claim claim = onBus ? claimOnBus(addresses) : claimSocket(addresses);
+    if (claim == Claim::Granted && !addresses.isEmpty())
         QTimer::singleShot(0, this, [this, addresses] { Open(addresses, {}); });
-    return true;
+    return claim;
 }
 
-bool ApplicationInstance::claimOnBus(const QStringList &addresses)
+ApplicationInstance::Claim ApplicationInstance::claimOnBus(const QStringList &addresses)
 {
     auto bus = QDBusConnection::sessionBus();
     // Before the name: whoever sees the name may call at once.
     bus.registerObject(objectPath, this, QDBusConnection::ExportScriptableInvokables);
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply = bus.interface()->registerService(busName);
     if (!reply.isValid() || reply == QDBusConnectionInterface::ServiceRegistered)
-        return true;
+        return Claim::Granted;
     const QDBusMessage answer = bus.call(forwardingCall(addresses), QDBus::Block, timeoutMs);
-    if (answer.type() == QDBusMessage::ErrorMessage)
-        reportSilence();
-    return false;
+    return answer.type() == QDBusMessage::ErrorMessage ? Claim::Unanswered : Claim::HandedOver;
 }
 
-bool ApplicationInstance::claimSocket(const QStringList &addresses)
+ApplicationInstance::Claim ApplicationInstance::claimSocket(const QStringList &addresses)
 {
     m_lock = std::make_unique<QLockFile>(socketPath() + QStringLiteral(".lock"));
     m_lock->setStaleLockTime(0); // held as long as its process lives
-    if (!m_lock->tryLock(0) && m_lock->error() == QLockFile::LockFailedError) {
-        if (!forwardToSocket(addresses))
-            reportSilence();
-        return false;
-    }
+    if (!m_lock->tryLock(0) && m_lock->error() == QLockFile::LockFailedError)
+        return forwardToSocket(addresses) ? Claim::HandedOver : Claim::Unanswered;
     m_socket = std::make_unique<QLocalServer>();
     m_socket->setSocketOptions(QLocalServer::UserAccessOption);
     connect(m_socket.get(), &QLocalServer::newConnection, this, &ApplicationInstance::receiveFromSocket);
     QLocalServer::removeServer(socketPath());
     m_socket->listen(socketPath());
-    return true;
+    return Claim::Granted;
 }
 
 void ApplicationInstance::receiveFromSocket()
@@ -135,8 +135,11 @@ void ApplicationInstance::receiveFromSocket()
         stream.startTransaction();
         QStringList addresses;
         stream >> addresses;
-        if (stream.commitTransaction())
-            Open(addresses, {});
+        if (!stream.commitTransaction())
+            return;
+        socket->write("ok");
+        socket->flush();
+        Open(addresses, {});
     });
 }
 

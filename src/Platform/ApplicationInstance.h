@@ -22,10 +22,15 @@ public:
     explicit ApplicationInstance(QObject *parent = nullptr);
     ~ApplicationInstance() override;
 
+    enum class Claim {
+        Granted, ///< this is the one instance
+        HandedOver, ///< there is one already, and it opens the addresses
+        Unanswered, ///< there is one already, and it does not respond
+    };
+
     /// Becomes the one instance and opens `addresses` from the event loop. When there is one
-    /// already, has that one open them and come to the front, and gives false: this process has
-    /// nothing more to do then.
-    bool claim(const QStringList &addresses);
+    /// already, has that one open them and come to the front: this process has nothing more to do then.
+    Claim claim(const QStringList &addresses);
 
     // What others call on the bus; the names are the interface's.
 
@@ -41,8 +46,8 @@ Q_SIGNALS:
     void opened(const QUrl &url);
 
 private:
-    bool claimOnBus(const QStringList &addresses);
-    bool claimSocket(const QStringList &addresses);
+    Claim claimOnBus(const QStringList &addresses);
+    Claim claimSocket(const QStringList &addresses);
     void receiveFromSocket();
 
     std::unique_ptr<QLockFile> m_lock; ///< held with the socket: whether another instance lives
