@@ -67,11 +67,11 @@ std::expected<LoginCallback, LoginCallback::Fault> LoginCallback::read(const QUr
     const auto userId = value(items, QLatin1String("user_id"));
     if (!token || !userId)
         return std::unexpected(Fault::Incomplete);
-    const LoginCallback callback{.token = *token,
-                                 .userId = *userId,
-                                 .apiKey = value(items, QLatin1String("api_key")),
-                                 .displayName = value(items, QLatin1String("display_name")),
-                                 .state = value(items, QLatin1String("state")).value_or(QString())};
+    LoginCallback callback{.token = *token,
+                           .userId = *userId,
+                           .apiKey = value(items, QLatin1String("api_key")),
+                           .displayName = value(items, QLatin1String("display_name")),
+                           .state = value(items, QLatin1String("state")).value_or(QString())};
     if (!isCredential(*token) || !isCredential(*userId) || !isCredential(callback.apiKey.value_or(QString()))
         || std::ranges::any_of(callback.displayName.value_or(QString()), controlsText))
         return std::unexpected(Fault::Unacceptable);
