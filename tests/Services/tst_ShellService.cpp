@@ -408,7 +408,7 @@ void tst_ShellService::profileThatEndsOrReplacesTheShell()
         QVERIFY(error.description.contains(u"登录配置"_s));
     }
     QVERIFY(!QFile::exists(scratch.path(u"was-run"_s)));
-    QVERIFY(!isAlive(u"^sleep 4714"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4714"_s));
 }
 
 void tst_ShellService::profileThatLeavesTheShellItsOwn_data()
@@ -461,7 +461,7 @@ void tst_ShellService::profileThatLeavesAProgramBehind()
     QVERIFY(asked);
     QCOMPARE(asked->exitCode, 4);
     QCOMPARE(asked->output.utf8().size(), 300000);
-    QVERIFY(!isAlive(u"^sleep 4715"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4715"_s));
     QCOMPARE(zombies(), 0);
     QTRY_COMPARE(openDescriptors(), before);
 }
@@ -491,7 +491,7 @@ void tst_ShellService::questionThatDoesNotEnd()
     QVERIFY(!asked);
     QTEST(int(asked.error().kind), "kind");
     QTEST(asked.error().description, "description");
-    QVERIFY(!isAlive(u"^sleep 4716"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4716"_s));
     // The next one does not wait for it.
     QFile::remove(scratch.path(u".zprofile"_s));
     QVERIFY(QCoro::waitFor(impatient.ask(u"true"_s)));
@@ -509,7 +509,7 @@ void tst_ShellService::lineThatTakesItsTimeIsNoQuestion()
     const auto streamed = QCoro::waitFor(impatient.runWithStreaming(line, [](QUtf8StringView) { }));
     QVERIFY(!streamed);
     QCOMPARE(streamed.error().kind, ShellError::Kind::ProfileTooSlow);
-    QVERIFY(!isAlive(u"^sleep 4717"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4717"_s));
 }
 
 void tst_ShellService::cancellingInTheProfileIsNoFailureOfIt()
@@ -532,7 +532,7 @@ void tst_ShellService::whatIsUselessIsAbandoned()
     QTRY_VERIFY(isAlive(u"^sleep 4719"_s));
     scratch.shell.abandonUseless();
     QCOMPARE(QCoro::waitFor(std::move(asked))->exitCode, 128 + SIGKILL);
-    QVERIFY(!isAlive(u"^sleep 4719"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4719"_s));
 
     // An operation goes on without us, a profile before it does not.
     auto operation = scratch.shell.runWithStreaming(u"sleep 4720"_s, nobody);
@@ -547,7 +547,7 @@ void tst_ShellService::whatIsUselessIsAbandoned()
     QTRY_VERIFY(isAlive(u"^sleep 4721"_s));
     scratch.shell.abandonUseless();
     QVERIFY(!QCoro::waitFor(std::move(begun)));
-    QVERIFY(!isAlive(u"^sleep 4721"_s));
+    QTRY_VERIFY(!isAlive(u"^sleep 4721"_s));
 }
 
 void tst_ShellService::programOutlivesTheReaderOfItsLog()
