@@ -30,10 +30,10 @@ constexpr qint64 longestMessage = 16 * 1024 * 1024;
 /// The user's runtime folder; where there is none that is safe, a private one among the user's data.
 QString privateFolder()
 {
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (!folder.isEmpty())
         return folder;
-    const QString own = Folders::user().applicationSupport + QStringLiteral("/vaelix/run");
+    QString own = Folders::user().applicationSupport + QStringLiteral("/vaelix/run");
     QDir().mkpath(own);
     QFile::setPermissions(own, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     return own;

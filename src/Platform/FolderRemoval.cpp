@@ -22,10 +22,12 @@ Folder openFolder(int parent, const char *name)
     return {descriptor < 0 ? nullptr : ::fdopendir(descriptor), ::closedir};
 }
 
+/// All zero, which no folder's is, when it cannot be told.
 struct stat stateOf(const Folder &folder)
 {
     struct stat state{};
-    ::fstat(::dirfd(folder.get()), &state);
+    if (const int descriptor = ::dirfd(folder.get()); descriptor >= 0)
+        ::fstat(descriptor, &state);
     return state;
 }
 
