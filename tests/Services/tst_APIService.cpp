@@ -33,9 +33,9 @@ struct Fixture : Served {
 };
 
 /// Tells how many entries were loaded; lets go of `count` when its coroutine has gone.
-QCoro::Task<> loadAndTell(SoftwareCatalogService &catalog, std::shared_ptr<qsizetype> count)
+QCoro::Task<> loadAndTell(SoftwareCatalogService *catalog, std::shared_ptr<qsizetype> count)
 {
-    *count = (co_await catalog.load()).size();
+    *count = (co_await catalog->load()).size();
 }
 
 } // namespace
@@ -127,7 +127,7 @@ void tst_APIService::servicesThatGoMeanwhile()
     auto fixture = std::make_unique<Fixture>();
     fixture->server.faults().set("GET", catalogPath, {.delay = 10min});
     const auto count = std::make_shared<qsizetype>(-1);
-    loadAndTell(fixture->scratch.catalog, count);
+    loadAndTell(&fixture->scratch.catalog, count);
     QTRY_COMPARE(fixture->server.requests().size(), 1);
     QCOMPARE(count.use_count(), 2);
     fixture.reset();

@@ -10,7 +10,7 @@ Q_GUI_EXPORT QOpenGLContext *qt_gl_global_share_context();
 
 QString WebEngine::prepare()
 {
-    const QString obstacle = WebEngineSandbox::obstacle();
+    QString obstacle = WebEngineSandbox::obstacle();
     if (!obstacle.isEmpty() || qt_gl_global_share_context())
         return obstacle;
     // Qt WebEngine uses it until the process ends, and needs it even where it cannot be created: it
